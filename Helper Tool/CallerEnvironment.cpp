@@ -1,0 +1,211 @@
+#include "Helper Tool/CallerEnvironment.h"
+
+#include "Platform/Process.h"
+#include "Support/OVLog.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <memory>
+#include <pwd.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <unistd.h>
+#include <vector>
+
+extern char** environ; // NOLINT(readability-redundant-declaration): POSIX leaves it to the program
+
+namespace orvane {
+
+namespace {
+
+constexpr const char* kPath = "PATH=/usr/bin:/bin:/usr/sbin:/sbin";
+
+/// The home of a user whom the password database does not know: no folder of anybody's.
+constexpr const char* kNoHome = "/";
+
+/// What a descriptor limit falls back to where the system has a ceiling of its own below the hard limit.
+constexpr rlim_t kDescriptorCeiling = 10240;
+
+[[noreturn]] void refuse(const char* what) {
+    OVLog("Command-line tool: %s: error %d", what, errno);
+    std::_Exit(EXIT_FAILURE);
+}
+
+/// Timers outlive exec: one set by the caller would end a task half-way.
+void cancelTimers() {
+    const itimerval none = {};
+    for (const auto timer : {ITIMER_REAL, ITIMER_VIRTUAL, ITIMER_PROF}) {
+        ::setitimer(timer, &none, nullptr);
+    }
+}
+
+/// Ignored and blocked signals outlive exec, and so do pending ones; ignoring drops those before they are
+/// unblocked.
+void resetSignals() {
+    for (int number = 1; number < NSIG; ++number) {
+        struct sigaction action = {};
+        action.sa_handler = SIG_IGN;
+        if (::sigaction(number, &action, nullptr) == 0) {
+            action.sa_handler = SIG_DFL;
+            ::sigaction(number, &action, nullptr);
+        }
+    }
+    sigset_t all;
+    ::sigfillset(&all);
+    ::sigprocmask(SIG_UNBLOCK, &all, nullptr);
+}
+
+bool isKeptName(std::string_view name) {
+    if (name == "LANG" || name == "TERM") {
+        return true;
+    }
+    constexpr std::string_view kCategory = "LC_";
+    if (!name.starts_with(kCategory) || name.size() == kCategory.size()) {
+        return false;
+    }
+    name.remove_prefix(kCategory.size());
+    return std::all_of(name.begin(), name.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
+}
+
+/// The environment that the tool's commands see. It is never freed: `environ` points into it until the
+/// process ends.
+class Environment {
+  public:
+    void add(std::string entry) {
+        const std::string_view name = std::string_view(entry).substr(0, entry.find('=') + 1);
+        const bool known = std::any_of(entries_.begin(), entries_.end(),
+                                       [&](const auto& other) { return other->starts_with(name); });
+        if (!known) {
+            entries_.push_back(std::make_unique<std::string>(std::move(entry)));
+        }
+    }
+
+    void install() {
+        pointers_.clear();
+        for (const auto& entry : entries_) {
+            pointers_.push_back(entry->data());
+        }
+        pointers_.push_back(nullptr);
+        environ = pointers_.data();
+    }
+
+  private:
+    std::vector<std::unique_ptr<std::string>> entries_;
+    std::vector<char*> pointers_;
+};
+
+void addKeptValues(Environment& environment) {
+    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+        const std::string_view text = *entry;
+        const std::size_t equals = text.find('=');
+        if (equals != std::string_view::npos && isKeptName(text.substr(0, equals)) &&
+            isHarmlessEnvironmentValue(text.substr(equals + 1))) {
+            environment.add(std::string(text));
+        }
+    }
+}
+
+void addAccount(Environment& environment, uid_t userID) {
+    const passwd* const account = ::getpwuid(userID); // NOLINT(concurrency-mt-unsafe): there is one thread
+    const bool hasHome = account != nullptr && account->pw_dir != nullptr && account->pw_dir[0] == '/';
+    environment.add(std::string("HOME=") + (hasHome ? account->pw_dir : kNoHome));
+    if (account != nullptr && account->pw_name != nullptr) {
+        environment.add(std::string("USER=") + account->pw_name);
+        environment.add(std::string("LOGNAME=") + account->pw_name);
+    }
+}
+
+/// As near to `soft` as the hard limit allows.
+void setSoftLimit(int resource, rlim_t soft) {
+    rlimit limit = {};
+    if (::getrlimit(resource, &limit) == 0) {
+        limit.rlim_cur = std::min(soft, limit.rlim_max);
+        ::setrlimit(resource, &limit);
+    }
+}
+
+/// A caller's low limit must not cut a list or a file short in the middle of a task.
+void raiseLimits() {
+    const rlimit noCore = {0, 0};
+    ::setrlimit(RLIMIT_CORE, &noCore);
+    // Where "no limit" is refused for open files, this first step stays.
+    setSoftLimit(RLIMIT_NOFILE, kDescriptorCeiling);
+    for (const int resource :
+         {static_cast<int>(RLIMIT_FSIZE), static_cast<int>(RLIMIT_CPU), static_cast<int>(RLIMIT_DATA),
+          static_cast<int>(RLIMIT_AS), static_cast<int>(RLIMIT_NPROC), static_cast<int>(RLIMIT_NOFILE)}) {
+        setSoftLimit(resource, RLIM_INFINITY);
+    }
+}
+
+void secureDescriptors() {
+    if (!Process::current().closeDescriptorsFrom(STDERR_FILENO + 1)) {
+        refuse("cannot close inherited descriptors");
+    }
+    // A command that opens a file must not get it as its standard output or error.
+    for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+        if (::fcntl(descriptor, F_GETFD) == -1 && ::open("/dev/null", O_RDWR) != descriptor) {
+            refuse("cannot open /dev/null");
+        }
+    }
+}
+
+} // namespace
+
+uid_t secureProcessFromCaller() {
+    const uid_t realUserID = ::getuid();
+    if (realUserID == 0) {
+        return realUserID;
+    }
+    cancelTimers();
+    resetSignals();
+
+    auto* const environment = new Environment; // kept for good, see the class
+    environment->add(kPath);
+    addKeptValues(*environment);
+    environment->install();
+
+    raiseLimits();
+    secureDescriptors();
+    ::umask(022);
+    if (::chdir("/") != 0) {
+        refuse("cannot leave the caller's folder");
+    }
+
+    // Only now: the look-up may load code and open descriptors of its own.
+    addAccount(*environment, realUserID);
+    environment->install();
+    return realUserID;
+}
+
+bool isHarmlessEnvironmentValue(std::string_view value) {
+    constexpr std::size_t kLongest = 64;
+    constexpr std::string_view kPunctuation = "._-+@";
+    return !value.empty() && value.size() <= kLongest && value.front() != '.' &&
+           std::all_of(value.begin(), value.end(), [&](char c) {
+               return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+                      kPunctuation.find(c) != std::string_view::npos;
+           });
+}
+
+bool isRefusedShellArgument(std::string_view taskName, std::string_view argument, uid_t realUserID) {
+    if (realUserID == 0 || taskName != "secureEraseFreeSpace") {
+        return false;
+    }
+    for (std::size_t index = 0; index < argument.size(); ++index) {
+        const auto c = static_cast<unsigned char>(argument[index]);
+        const auto next = static_cast<unsigned char>(index + 1 < argument.size() ? argument[index + 1] : 0);
+        const bool isControl = c < 0x20 || c == 0x7F || (c == 0xC2 && next >= 0x80 && next <= 0x9F);
+        if (isControl || c == '"' || c == '$' || c == '`' || c == '\\') {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace orvane

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <sys/types.h>
+
+/// What an unprivileged caller leaves behind in a setuid process, made safe.
+///
+/// The tool runs as root for any user, and its shell lines name programs without folders. So whoever starts
+/// it must not choose which programs those are, nor hand them descriptors, signals or limits that make them
+/// fail half-way.
+namespace orvane {
+
+/// Makes the process safe when the real user is not root: timers, signals, environment, limits, descriptors,
+/// umask and working directory, in that order. Root's own settings are left alone. Must be the process's
+/// first act.
+///
+/// Returns the real user id, which `setuid(0)` will overwrite. Ends the process with status 1 when it cannot
+/// be made safe.
+uid_t secureProcessFromCaller();
+
+/// Whether a caller's environment value may be kept: a locale's or terminal's name, which no program takes
+/// for a path or a format.
+bool isHarmlessEnvironmentValue(std::string_view value);
+
+/// Whether the argument must not reach the task: the task's line puts it between double quotes for a root
+/// shell, where it would not stay one word, and the real user is not root.
+bool isRefusedShellArgument(std::string_view taskName, std::string_view argument, uid_t realUserID);
+
+} // namespace orvane

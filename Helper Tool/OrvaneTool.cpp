@@ -1,0 +1,165 @@
+#include "Helper Tool/OrvaneTool.h"
+
+#include "Support/OVLog.h"
+#include "Support/OVText.h"
+
+#include <csignal>
+#include <optional>
+
+namespace orvane {
+
+namespace {
+
+constexpr std::int32_t kNoTaskMatched = -1;
+
+} // namespace
+
+/// The vocabulary of the tool. Rows are tested in this order, each one whatever matched before.
+struct TaskTable {
+    /// One dispatch on its way through the rows.
+    struct Dispatch {
+        OrvaneTool& tool;
+        std::string_view taskName;
+        std::string firstArgument;
+        std::int32_t status = kNoTaskMatched;
+        std::optional<std::string>
+            pendingLine; ///< a maintenance line that a row has left for the runPending row
+    };
+
+    enum class Test { equal, prefix, always };
+
+    struct Row {
+        Test test;
+        std::string_view name;
+        void (*action)(Dispatch& dispatch, const char* text);
+        const char* text; ///< the shell line, or what the action makes it from
+    };
+
+    static void shellLine(Dispatch& dispatch, const char* text) {
+        dispatch.status = dispatch.tool.runCommand(text);
+    }
+
+    static void maintenance(Dispatch& dispatch, const char* period) {
+        dispatch.pendingLine = dispatch.tool.maintenanceCommandForPeriod(period);
+    }
+
+    static void allMaintenance(Dispatch& dispatch, const char* /*text*/) {
+        OrvaneTool& tool = dispatch.tool;
+        dispatch.pendingLine = tool.maintenanceCommandForPeriod("daily") + "; " +
+                               tool.maintenanceCommandForPeriod("weekly") + "; " +
+                               tool.maintenanceCommandForPeriod("monthly");
+    }
+
+    static void runPending(Dispatch& dispatch, const char* /*text*/) {
+        if (dispatch.pendingLine) {
+            dispatch.status = dispatch.tool.runCommand(*dispatch.pendingLine);
+        }
+    }
+
+    static void killProcess(Dispatch& dispatch, const char* /*text*/) {
+        dispatch.status = dispatch.tool.killProcessGroup(dispatch.taskName);
+    }
+
+    static constexpr Row kRows[] = {
+        {Test::equal, "crondailyleo", maintenance, "daily"},
+        {Test::equal, "cronweeklyleo", maintenance, "weekly"},
+        {Test::equal, "cronmonthlyleo", maintenance, "monthly"},
+        {Test::equal, "cronallleo", allMaintenance, nullptr},
+        {Test::always, "", runPending, nullptr},
+        {Test::equal, "csc", shellLine,
+         "mv /Library/Caches/*pictureCache.tiff /tmp/; "
+         "mv /Library/Caches/com.apple.ATS /tmp/; "
+         "rm -fvR /Library/Caches/*; "
+         "mv /tmp/*pictureCache.tiff /Library/Caches/; "
+         "mv /tmp/com.apple.ATS /Library/Caches/"},
+        {Test::equal, "vpf", shellLine,
+         "/usr/bin/plutil /Library/Preferences/*.plist; "
+         "/usr/bin/plutil ~/Library/Preferences/*.plist"},
+        {Test::equal, "rebuildSpotlightIndex", shellLine,
+         "sleep 5; /usr/bin/mdutil -E /; echo; echo Spotlight index has been deleted.; echo; "
+         "echo In a few moments, the Spotlight menu item, located at the top right hand corner of your "
+         "display, "
+         "will automatically start indexing."},
+        {Test::equal, "cleanArchivedLogs", shellLine,
+         "/bin/rm -fvR /var/log/*.gz; "
+         "/usr/bin/find /Library/Logs -name *.log.* -exec /bin/rm -vfR {} \\;"},
+        {Test::equal, "cleanAllLogs", shellLine,
+         "/usr/bin/find /Library/Logs /Users/*/Library/Logs -name *.log -exec /bin/rm -vfR {} \\;"},
+        {Test::equal, "flushDNS", shellLine,
+         "echo Clearing DNS cache...; "
+         "killall -HUP mDNSResponder; "
+         "dscacheutil -flushcache"},
+        {Test::equal, "whatisDatabase", shellLine, "/usr/libexec/makewhatis -v"},
+        {Test::equal, "locateDatabase", shellLine,
+         "echo Starting update...; cd /; sudo /usr/libexec/locate.updatedb; echo; echo Ending update..."},
+        {Test::equal, "removeTemporary", shellLine, "rm -fv -R /var/tmp/*"},
+        {Test::equal, "cleanFontCaches", shellLine,
+         "echo Clearing font cache...; atsutil databases -remove; sleep 5"},
+        {Test::prefix, "killProcess", killProcess, nullptr},
+    };
+
+    static bool matches(const Row& row, std::string_view taskName) {
+        switch (row.test) {
+        case Test::equal:
+            return taskName == row.name;
+        case Test::prefix:
+            return taskName.starts_with(row.name);
+        case Test::always:
+            return true;
+        }
+        return false;
+    }
+};
+
+std::int32_t OrvaneTool::runTask(std::string_view taskName, const std::vector<std::string>& arguments) {
+    TaskTable::Dispatch dispatch{
+        .tool = *this,
+        .taskName = taskName,
+        .firstArgument = arguments.empty() ? std::string() : arguments.front(),
+        .pendingLine = std::nullopt,
+    };
+    for (const TaskTable::Row& row : TaskTable::kRows) {
+        if (TaskTable::matches(row, taskName)) {
+            row.action(dispatch, row.text);
+        }
+    }
+    return dispatch.status;
+}
+
+std::vector<std::string_view> OrvaneTool::taskNames() {
+    std::vector<std::string_view> names;
+    for (const TaskTable::Row& row : TaskTable::kRows) {
+        if (row.test != TaskTable::Test::always) {
+            names.push_back(row.name);
+        }
+    }
+    return names;
+}
+
+std::int32_t OrvaneTool::killProcessGroup(std::string_view taskName) {
+    const std::int32_t processID = intValue(stringByRemoving("killProcess ", taskName));
+    const pid_t group = calls_.getpgid(processID);
+    // The group is compared with 3, the number of ESRCH, deliberately; a failed getpgid's -1 goes on to
+    // killpg.
+    if (group == 3) {
+        OVLogMethod("-[OrvaneTool runTask:arguments:]", "ERROR: no process group for process %d", processID);
+        return 1;
+    }
+    return calls_.killpg(group, SIGINT);
+}
+
+std::int32_t OrvaneTool::runCommand(std::string_view line) {
+    const std::string framed = "/bin/date; " + std::string(line) + "; /bin/echo; sleep 1; /bin/date;";
+    return calls_.system(framed.c_str());
+}
+
+std::string OrvaneTool::maintenanceCommandForPeriod(std::string_view period) {
+    const std::string name(period);
+    const std::string log = "/var/log/" + name + ".out";
+    // The backslash keeps $p from the shell: it is sed's last line.
+    return "line_count=0; if [ -a " + log + " ]; then line_count=`wc -l " + log +
+           " | awk '{ print $1 }'`; fi; line_count=`expr $line_count + 1`; periodic " + name +
+           "; sed -n -e ${line_count},\\$p " + log;
+}
+
+} // namespace orvane

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "Platform/SystemCalls.h"
+#include "Platform/Volumes.h"
+
+#include <cstdint>
+
+/// The category `SUIDRoot` of `NSFileManager`: an executable's setuid-root state.
+///
+/// Installed: owner root, group unchanged, mode 04555. Surrendered: owner the process's real user, group
+/// unchanged, mode 0500. Paths are file-system representations; null is nil. The effective user id belongs to
+/// the whole process: no other thread may depend on it during the first two operations.
+namespace orvane::SUIDRoot {
+
+/// The file that an operation changes: usually one and the same path twice.
+struct File {
+    // NOLINTNEXTLINE(google-explicit-constructor): a path is what callers have
+    File(const char* aPath) : path(aPath), reference(aPath) {}
+    File(const char* aPath, const char* aReference) : path(aPath), reference(aReference) {}
+
+    const char* path;      ///< what messages name; null stops the process
+    const char* reference; ///< what is changed: another name of the same file, one that cannot be redirected
+};
+
+/// `setSUIDRoot:`: makes the file setuid root (`seteuid(0)`, `chown`, `chmod`, `seteuid(getuid())`).
+///
+/// Returns 0, or the `errno` of the step that failed, which is logged; steps already made stay made, and
+/// after a failed `chown` or `chmod` the effective user id stays 0. A null path, or not getting back to the
+/// real user id at the end, stops the process with a failed assertion.
+std::int32_t setSUIDRoot(File file, SystemCalls& calls = SystemCalls::platform());
+
+/// `surrenderSUIDRoot:`: takes the state away and hands the file to the real user (`seteuid(0)`, `chmod`,
+/// `chown`, `seteuid(getuid())`).
+///
+/// Returns 0, or the `errno` of the step that failed, which is logged, the way back to the real user id
+/// included; steps already made stay made. A null path stops the process with a failed assertion.
+std::int32_t surrenderSUIDRoot(File file, SystemCalls& calls = SystemCalls::platform());
+
+/// `isSetUIDRoot:`: whether the file, symbolic links followed, is owned by root and has the set-user-ID bit.
+/// No for a path that cannot be examined and for null.
+bool isSetUIDRoot(const char* path, SystemCalls& calls = SystemCalls::platform());
+
+/// `isIgnoringSetUIDAtPath:`: whether the volume that holds the path ignores set-user-ID bits (`MNT_NOSUID`),
+/// so that an installed tool would not become root there. No for a path that cannot be examined and for null.
+bool isIgnoringSetUIDAtPath(const char* path, Volumes& volumes = Volumes::platform());
+
+} // namespace orvane::SUIDRoot

@@ -1,0 +1,37 @@
+#include "Platform/Bundle.h"
+
+#include <array>
+#include <sys/auxv.h>
+#include <unistd.h>
+
+namespace orvane {
+
+namespace {
+
+constexpr const char* kSelf = "/proc/self/exe";
+
+class LinuxBundle final : public Bundle {
+  public:
+    std::optional<std::string> executablePath() override {
+        std::array<char, 4096> path; // NOLINT(cppcoreguidelines-pro-type-member-init)
+        const ssize_t length = ::readlink(kSelf, path.data(), path.size());
+        if (length > 0 && static_cast<std::size_t>(length) < path.size()) {
+            return std::string(path.data(), static_cast<std::size_t>(length));
+        }
+        return std::nullopt;
+    }
+
+    std::optional<std::string> executableReference() override {
+        // The link is the file itself, not its name: it follows a rename and cannot be redirected.
+        return ::access(kSelf, F_OK) == 0 ? std::optional<std::string>(kSelf) : std::nullopt;
+    }
+};
+
+} // namespace
+
+Bundle& Bundle::mainBundle() {
+    static constinit LinuxBundle bundle;
+    return bundle;
+}
+
+} // namespace orvane

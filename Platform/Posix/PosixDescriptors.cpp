@@ -1,0 +1,45 @@
+#include "Platform/Posix/PosixDescriptors.h"
+
+#include <cstdlib>
+#include <dirent.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace orvane {
+
+bool closeListedDescriptors(const char* folder, int first) {
+    DIR* const directory = ::opendir(folder);
+    if (directory == nullptr) {
+        return false;
+    }
+    const int own = dirfd(directory); // a macro on some systems, hence no ::
+    bool closedSome = true;
+    // Closing while reading may make the folder skip entries, so it is read again until nothing is left.
+    while (closedSome) {
+        closedSome = false;
+        ::rewinddir(directory);
+        while (const dirent* const entry = ::readdir(directory)) { // NOLINT(concurrency-mt-unsafe)
+            char* end = nullptr;
+            const long number = std::strtol(entry->d_name, &end, 10);
+            if (end == entry->d_name || *end != '\0' || number < first || number == own) {
+                continue;
+            }
+            closedSome = ::close(static_cast<int>(number)) == 0 || closedSome;
+        }
+    }
+    ::closedir(directory);
+    return true;
+}
+
+bool closeDescriptorsUpToLimit(int first) {
+    rlimit limit = {};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_max == RLIM_INFINITY) {
+        return false;
+    }
+    for (rlim_t number = static_cast<rlim_t>(first); number < limit.rlim_max; ++number) {
+        ::close(static_cast<int>(number));
+    }
+    return true;
+}
+
+} // namespace orvane

@@ -1,0 +1,106 @@
+#include "Support/OVLog.h"
+
+#include "Platform/Bundle.h"
+#include "Platform/Process.h"
+#include "Platform/SystemLog.h"
+#include "Support/OVPath.h"
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <ctime>
+#include <string>
+#include <string_view>
+#include <sys/time.h>
+#include <unistd.h>
+
+namespace orvane {
+
+namespace {
+
+/// Null stands for the built-in sink, so that nothing has to run before the first message.
+constinit std::atomic<OVLogSink*> currentSink{nullptr};
+
+/// The kernel's name for the executable. The folder may be the caller's, so the name is made fit for one
+/// line.
+std::string processName() {
+    const auto path = Bundle::mainBundle().executablePath();
+    std::string name = path ? lastPathComponent(*path) : std::string("?");
+    for (char& c : name) {
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) {
+            c = '?';
+        }
+    }
+    return name;
+}
+
+std::string timestamp() {
+    timeval now = {};
+    ::gettimeofday(&now, nullptr);
+    tm local = {};
+    ::localtime_r(&now.tv_sec, &local);
+    std::array<char, 32> day = {};
+    const std::size_t length = std::strftime(day.data(), day.size(), "%Y-%m-%d %H:%M:%S", &local);
+    std::array<char, 8> milliseconds = {};
+    std::snprintf(milliseconds.data(), milliseconds.size(), ".%03d", static_cast<int>(now.tv_usec / 1000));
+    return std::string(day.data(), length) + milliseconds.data();
+}
+
+/// One write for a whole line, so that the lines of two processes on one terminal or file don't mix; only a
+/// descriptor that takes less makes it more.
+void writeWhole(int descriptor, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t written = ::write(descriptor, text.data(), text.size());
+        if (written > 0) {
+            text.remove_prefix(static_cast<std::size_t>(written));
+        } else if (errno != EINTR) {
+            return;
+        }
+    }
+}
+
+void logToSystem(const std::string& message) {
+    const std::string name = processName();
+    writeWhole(STDERR_FILENO, timestamp() + ' ' + name + '[' + std::to_string(::getpid()) + ':' +
+                                  std::to_string(Process::current().threadID()) + "] " + message + '\n');
+    SystemLog::platform().write(name.c_str(), message.c_str());
+}
+
+std::string formatted(const char* format, va_list arguments) {
+    va_list again;
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, arguments);
+    std::string text;
+    if (length >= 0) {
+        text.resize(static_cast<std::size_t>(length));
+        std::vsnprintf(text.data(), text.size() + 1, format, again);
+    } else {
+        text = format;
+    }
+    va_end(again);
+    return text;
+}
+
+} // namespace
+
+OVLogSink* OVSetLogSink(OVLogSink* sink) {
+    return currentSink.exchange(sink);
+}
+
+void OVLog(const char* format, ...) {
+    const int savedError = errno;
+    va_list arguments;
+    va_start(arguments, format);
+    const std::string message = formatted(format, arguments);
+    va_end(arguments);
+    if (OVLogSink* const sink = currentSink.load()) {
+        sink->logMessage(message.c_str());
+    } else {
+        logToSystem(message);
+    }
+    errno = savedError;
+}
+
+} // namespace orvane

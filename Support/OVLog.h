@@ -1,0 +1,33 @@
+#pragma once
+
+namespace orvane {
+
+/// Takes the system's diagnostics instead of standard error and the system log, for instance to hand them to
+/// an application's own `NSLog`. Called on whichever thread logs.
+class OVLogSink {
+  public:
+    /// One message without date, process name or newline. The text is the caller's, valid for the call only.
+    virtual void logMessage(const char* message) = 0;
+
+  protected:
+    OVLogSink() = default;
+    OVLogSink(const OVLogSink&) = default;
+    OVLogSink& operator=(const OVLogSink&) = default;
+    ~OVLogSink() = default;
+};
+
+/// Sends all further messages to `sink`, which must live until it is replaced; null brings back standard
+/// error and the system log. Returns the sink replaced, null for the built-in one.
+OVLogSink* OVSetLogSink(OVLogSink* sink);
+
+/// `NSLog`: one diagnostic message, to standard error as one line written whole
+/// ("2026-11-20 22:54:00.123 OrvaneTool[123:456] text", with process and thread number) and to the system
+/// log. Never to standard output. Keeps `errno`.
+void OVLog(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+} // namespace orvane
+
+/// A message of a method: begins with the method's full Objective-C name (a literal) and the source line.
+// NOLINTNEXTLINE(cppcoreguidelines-macro-usage): only a macro knows the caller's line
+#define OVLogMethod(method, format, ...)                                                                     \
+    ::orvane::OVLog("%s [Line %d] " format, method, __LINE__ __VA_OPT__(, ) __VA_ARGS__)

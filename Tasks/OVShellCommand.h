@@ -1,0 +1,67 @@
+#pragma once
+
+#include "Platform/SystemCalls.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orvane {
+
+/// The machine word: 32 bits on a 32-bit build, 64 on a 64-bit one.
+using NSInteger = std::intptr_t;
+
+/// What a run returns, with the child's own exit code (1 to 255) as the only other kind of result.
+extern const NSInteger OVShellCommandSuccess; ///< 0: the child exited normally with exit code 0
+extern const NSInteger
+    OVShellCommandCancelled; ///< -9998: cancelled before the start, or the child died of a signal
+extern const NSInteger
+    OVShellCommandCancelFailed; ///< -9999: a cancel was asked, but the signal could not be sent
+
+/// Receives a running command's output and decides whether it goes on. Called on the thread that runs the
+/// command.
+class OVShellCommandDelegate {
+  public:
+    virtual ~OVShellCommandDelegate() = default;
+
+    /// `shellCommandHasOutputAvailable:`: one chunk of output as it was read, at most 2048 bytes, neither
+    /// split into lines nor joined; nothing (nil) for a chunk that is not UTF-8. The text is valid for the
+    /// call only.
+    virtual void shellCommandHasOutputAvailable(std::optional<std::string_view> chunk) = 0;
+
+    /// `shellCommandShouldCancel`: asked before the start, before every wait for output and once after the
+    /// last.
+    virtual bool shellCommandShouldCancel() = 0;
+};
+
+/// Runs one external program as a child in a session and process group of its own, with its output streamed
+/// to a delegate. One object serves one run.
+class OVShellCommand {
+  public:
+    /// `init`. The system calls must outlive the object.
+    explicit OVShellCommand(SystemCalls& calls = SystemCalls::platform());
+
+    /// `processID`: the child of the current or last run; 0 before a run has forked, -1 when the start
+    /// failed.
+    [[nodiscard]] std::int32_t processID() const { return processID_; }
+
+    /// `runCommandAtPath:arguments:delegate:`: runs the program at the absolute path with the arguments
+    /// (without its name) and blocks until it has ended, or until a cancel could not be sent. A null delegate
+    /// drops the output and never cancels. Returns an exit code or one of the constants above.
+    NSInteger runCommandAtPath(const std::string& path, const std::vector<std::string>& arguments,
+                               OVShellCommandDelegate* delegate);
+
+    /// `forkAndExecCommandAtPath:arguments:outFileDescriptor:`: starts the program with standard output and
+    /// standard error joined into one pipe. Returns the child's process ID and stores the pipe's read end,
+    /// which is the caller's to close; -1 when there is no child, with the descriptor left untouched.
+    std::int32_t forkAndExecCommandAtPath(const std::string& path, const std::vector<std::string>& arguments,
+                                          std::int32_t* outFileDescriptor);
+
+  private:
+    SystemCalls& calls_;
+    std::int32_t processID_ = 0;
+};
+
+} // namespace orvane
