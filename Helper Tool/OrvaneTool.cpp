@@ -3,7 +3,9 @@
 #include "Support/OVLog.h"
 #include "Support/OVText.h"
 
+#include <algorithm>
 #include <csignal>
+#include <iterator>
 #include <optional>
 
 namespace orvane {
@@ -22,8 +24,7 @@ struct TaskTable {
         std::string_view taskName;
         std::string firstArgument;
         std::int32_t status = kNoTaskMatched;
-        std::optional<std::string>
-            pendingLine; ///< a maintenance line that a row has left for the runPending row
+        std::optional<std::string> pendingLine; ///< a maintenance line that a row has left for the runPending row
     };
 
     enum class Test { equal, prefix, always };
@@ -35,9 +36,7 @@ struct TaskTable {
         const char* text; ///< the shell line, or what the action makes it from
     };
 
-    static void shellLine(Dispatch& dispatch, const char* text) {
-        dispatch.status = dispatch.tool.runCommand(text);
-    }
+    static void shellLine(Dispatch& dispatch, const char* text) { dispatch.status = dispatch.tool.runCommand(text); }
 
     static void maintenance(Dispatch& dispatch, const char* period) {
         dispatch.pendingLine = dispatch.tool.maintenanceCommandForPeriod(period);
@@ -93,8 +92,7 @@ struct TaskTable {
         {Test::equal, "locateDatabase", shellLine,
          "echo Starting update...; cd /; sudo /usr/libexec/locate.updatedb; echo; echo Ending update..."},
         {Test::equal, "removeTemporary", shellLine, "rm -fv -R /var/tmp/*"},
-        {Test::equal, "cleanFontCaches", shellLine,
-         "echo Clearing font cache...; atsutil databases -remove; sleep 5"},
+        {Test::equal, "cleanFontCaches", shellLine, "echo Clearing font cache...; atsutil databases -remove; sleep 5"},
         {Test::prefix, "killProcess", killProcess, nullptr},
     };
 
@@ -124,6 +122,12 @@ std::int32_t OrvaneTool::runTask(std::string_view taskName, const std::vector<st
         }
     }
     return dispatch.status;
+}
+
+bool OrvaneTool::knowsTask(std::string_view taskName) {
+    return std::any_of(std::begin(TaskTable::kRows), std::end(TaskTable::kRows), [&](const TaskTable::Row& row) {
+        return row.test != TaskTable::Test::always && TaskTable::matches(row, taskName);
+    });
 }
 
 std::vector<std::string_view> OrvaneTool::taskNames() {

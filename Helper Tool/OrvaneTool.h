@@ -31,6 +31,9 @@ class OrvaneTool {
     /// or "monthly") and shows what it added to the period's log.
     std::string maintenanceCommandForPeriod(std::string_view period);
 
+    /// Whether a row of the table tests true for the name.
+    static bool knowsTask(std::string_view taskName);
+
     /// The names of the task table in the order of its rows, for those who list them; a prefix stands for
     /// itself.
     static std::vector<std::string_view> taskNames();

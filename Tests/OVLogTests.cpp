@@ -44,8 +44,8 @@ class Streams {
         std::vector<std::string> all;
         std::string buffer(65536, '\0');
         ssize_t length = 0;
-        while ((length = ::recv(reading_.at(static_cast<std::size_t>(descriptor)), buffer.data(),
-                                buffer.size(), MSG_DONTWAIT)) > 0) {
+        while ((length = ::recv(reading_.at(static_cast<std::size_t>(descriptor)), buffer.data(), buffer.size(),
+                                MSG_DONTWAIT)) > 0) {
             all.push_back(buffer.substr(0, static_cast<std::size_t>(length)));
         }
         return all;
@@ -69,10 +69,9 @@ TEST(OVLogTest, WritesOneWholeLineToStandardErrorInTheLogsLayout) {
     EXPECT_TRUE(output.empty()) << "standard output belongs to the tasks";
     const std::string pid = std::to_string(::getpid());
     EXPECT_TRUE(::testing::internal::RE::FullMatch(
-        errors[0],
-        "[0-9][0-9][0-9][0-9]-[0-9][0-9]-[0-9][0-9] [0-9][0-9]:[0-9][0-9]:[0-9][0-9]\\.[0-9][0-9][0-9] "
-        "[^ []+\\[" +
-            pid + ":[0-9]+\\] error 13 of thing\n"))
+        errors[0], "[0-9][0-9][0-9][0-9]-[0-9][0-9]-[0-9][0-9] [0-9][0-9]:[0-9][0-9]:[0-9][0-9]\\.[0-9][0-9][0-9] "
+                   "[^ []+\\[" +
+                       pid + ":[0-9]+\\] error 13 of thing\n"))
         << errors[0];
 }
 

@@ -53,15 +53,15 @@ TEST(StringByRemovingTest, RemovesEveryOccurrenceFromLeftToRight) {
 
 TEST(UTF8Test, AcceptsWellFormedText) {
     for (const char* text :
-         {"", "plain", "\x7F", "\xC2\x80", "\xDF\xBF", "\xE0\xA0\x80", "\xED\x9F\xBF", "\xEE\x80\x80",
-          "\xEF\xBF\xBF", "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF", "a long ASCII text, then \xC3\xA4"}) {
+         {"", "plain", "\x7F", "\xC2\x80", "\xDF\xBF", "\xE0\xA0\x80", "\xED\x9F\xBF", "\xEE\x80\x80", "\xEF\xBF\xBF",
+          "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF", "a long ASCII text, then \xC3\xA4"}) {
         EXPECT_TRUE(isValidUTF8(text)) << text;
     }
 }
 
 TEST(UTF8Test, RefusesOverlongFormsSurrogatesAndValuesTooLarge) {
-    for (const char* text : {"\xC0\x80", "\xC1\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF", "\xED\xA0\x80",
-                             "\xED\xBF\xBF", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xFE", "\xFF"}) {
+    for (const char* text : {"\xC0\x80", "\xC1\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF", "\xED\xA0\x80", "\xED\xBF\xBF",
+                             "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xFE", "\xFF"}) {
         EXPECT_FALSE(isValidUTF8(text)) << text;
     }
 }

@@ -16,9 +16,7 @@ using Strings = std::vector<std::string>;
 
 class OrvaneToolTest : public ::testing::Test {
   protected:
-    std::int32_t run(const std::string& name, const Strings& arguments = {}) {
-        return tool.runTask(name, arguments);
-    }
+    std::int32_t run(const std::string& name, const Strings& arguments = {}) { return tool.runTask(name, arguments); }
 
     FakeSystemCalls calls;
     RecordingLog log;
@@ -49,8 +47,7 @@ const std::map<std::string, std::string> kLines = {
      R"(sleep 5; /usr/bin/mdutil -E /; echo; echo Spotlight index has been deleted.; echo; echo In a few moments, the Spotlight menu item, located at the top right hand corner of your display, will automatically start indexing.)"},
     {"cleanArchivedLogs",
      R"(/bin/rm -fvR /var/log/*.gz; /usr/bin/find /Library/Logs -name *.log.* -exec /bin/rm -vfR {} \;)"},
-    {"cleanAllLogs",
-     R"(/usr/bin/find /Library/Logs /Users/*/Library/Logs -name *.log -exec /bin/rm -vfR {} \;)"},
+    {"cleanAllLogs", R"(/usr/bin/find /Library/Logs /Users/*/Library/Logs -name *.log -exec /bin/rm -vfR {} \;)"},
     {"flushDNS", R"(echo Clearing DNS cache...; killall -HUP mDNSResponder; dscacheutil -flushcache)"},
     {"whatisDatabase", R"(/usr/libexec/makewhatis -v)"},
     {"locateDatabase",
@@ -83,8 +80,7 @@ TEST_P(ShellLineTest, MatchesItsExactNameOnly) {
     const std::string& name = GetParam();
     std::string otherCase = name;
     otherCase[0] = static_cast<char>(otherCase[0] - 'a' + 'A');
-    for (const std::string& other :
-         {name + " ", " " + name, name.substr(1), name + "x", otherCase, name + "/"}) {
+    for (const std::string& other : {name + " ", " " + name, name.substr(1), name + "x", otherCase, name + "/"}) {
         EXPECT_EQ(run(other), -1) << other;
     }
     EXPECT_TRUE(calls.lines.empty());
@@ -123,8 +119,7 @@ TEST_F(OrvaneToolTest, TheTableHasItsRowsInOrder) {
 }
 
 TEST_F(OrvaneToolTest, AnUnknownNameRunsPrintsAndLogsNothing) {
-    for (const char* name :
-         {"", "nothing", "flushdns", "FLUSHDNS", "daily", "repairPriviliges", "KillProcess 1"}) {
+    for (const char* name : {"", "nothing", "flushdns", "FLUSHDNS", "daily", "repairPriviliges", "KillProcess 1"}) {
         EXPECT_EQ(run(name), -1) << name;
     }
     EXPECT_TRUE(calls.lines.empty());
@@ -198,9 +193,8 @@ TEST_F(OrvaneToolTest, KillProcessRefusesGroupThreeWithAMessageAndSignalsNothing
     EXPECT_EQ(calls.calls, (Strings{"getpgid(4711)"}));
     ASSERT_EQ(log.messages.size(), 1U);
     EXPECT_TRUE(::testing::internal::RE::FullMatch(
-        log.messages[0],
-        "-\\[OrvaneTool runTask:arguments:\\] \\[Line [1-9][0-9]*\\] ERROR: no process group for "
-        "process 4711"))
+        log.messages[0], "-\\[OrvaneTool runTask:arguments:\\] \\[Line [1-9][0-9]*\\] ERROR: no process group for "
+                         "process 4711"))
         << log.messages[0];
 }
 

@@ -24,8 +24,8 @@ class SUIDRootTest : public ::testing::Test {
 TEST_F(SUIDRootTest, InstallBecomesRootThenChangesOwnerThenModeThenGoesBack) {
     EXPECT_EQ(SUIDRoot::setSUIDRoot(kPath, calls), 0);
     const std::string path = kPath;
-    EXPECT_EQ(calls.calls, (Strings{"seteuid(0)", "chown(" + path + ",0,-1)", "chmod(" + path + ",0104555)",
-                                    "seteuid(501)"}));
+    EXPECT_EQ(calls.calls,
+              (Strings{"seteuid(0)", "chown(" + path + ",0,-1)", "chmod(" + path + ",0104555)", "seteuid(501)"}));
     EXPECT_EQ(calls.effectiveUser, 501U);
     EXPECT_TRUE(log.messages.empty());
 }
@@ -33,8 +33,7 @@ TEST_F(SUIDRootTest, InstallBecomesRootThenChangesOwnerThenModeThenGoesBack) {
 TEST_F(SUIDRootTest, InstallActsOnTheReferenceAndNamesThePath) {
     calls.fail("chmod", EIO);
     EXPECT_EQ(SUIDRoot::setSUIDRoot({kPath, "/proc/self/exe"}, calls), EIO);
-    EXPECT_EQ(calls.calls,
-              (Strings{"seteuid(0)", "chown(/proc/self/exe,0,-1)", "chmod(/proc/self/exe,0104555)"}));
+    EXPECT_EQ(calls.calls, (Strings{"seteuid(0)", "chown(/proc/self/exe,0,-1)", "chmod(/proc/self/exe,0104555)"}));
     EXPECT_EQ(log.messages, (Strings{"OrvaneTool: error changing permissions to setuid"}));
 }
 
@@ -69,17 +68,15 @@ using SUIDRootDeathTest = SUIDRootTest;
 TEST_F(SUIDRootDeathTest, InstallThatCannotGoBackStopsTheProcess) {
     calls.fail("seteuid", EAGAIN, 2);
     OVSetLogSink(nullptr);
-    EXPECT_EXIT(
-        SUIDRoot::setSUIDRoot(kPath, calls), ::testing::KilledBySignal(SIGABRT),
-        "Assertion failed: \\(err == 0\\), function "
-        "-\\[NSFileManager\\(SUIDRoot\\) setSUIDRoot:\\], file NSFileManager\\+SUIDRoot.cpp, line [0-9]+\\.");
+    EXPECT_EXIT(SUIDRoot::setSUIDRoot(kPath, calls), ::testing::KilledBySignal(SIGABRT),
+                "Assertion failed: \\(err == 0\\), function "
+                "-\\[NSFileManager\\(SUIDRoot\\) setSUIDRoot:\\], file NSFileManager\\+SUIDRoot.cpp, line [0-9]+\\.");
 }
 
 TEST_F(SUIDRootDeathTest, InstallOfNoPathStopsTheProcess) {
     OVSetLogSink(nullptr);
-    EXPECT_EXIT(
-        SUIDRoot::setSUIDRoot(nullptr, calls), ::testing::KilledBySignal(SIGABRT),
-        "Assertion failed: \\(aPath != NULL\\), function -\\[NSFileManager\\(SUIDRoot\\) setSUIDRoot:\\]");
+    EXPECT_EXIT(SUIDRoot::setSUIDRoot(nullptr, calls), ::testing::KilledBySignal(SIGABRT),
+                "Assertion failed: \\(aPath != NULL\\), function -\\[NSFileManager\\(SUIDRoot\\) setSUIDRoot:\\]");
 }
 
 TEST_F(SUIDRootDeathTest, SurrenderOfNoPathStopsTheProcess) {
@@ -92,15 +89,14 @@ TEST_F(SUIDRootDeathTest, SurrenderOfNoPathStopsTheProcess) {
 TEST_F(SUIDRootTest, SurrenderBecomesRootThenChangesModeThenOwnerThenGoesBack) {
     EXPECT_EQ(SUIDRoot::surrenderSUIDRoot(kPath, calls), 0);
     const std::string path = kPath;
-    EXPECT_EQ(calls.calls, (Strings{"seteuid(0)", "chmod(" + path + ",0500)", "chown(" + path + ",501,-1)",
-                                    "seteuid(501)"}));
+    EXPECT_EQ(calls.calls,
+              (Strings{"seteuid(0)", "chmod(" + path + ",0500)", "chown(" + path + ",501,-1)", "seteuid(501)"}));
     EXPECT_TRUE(log.messages.empty());
 }
 
 TEST_F(SUIDRootTest, SurrenderActsOnTheReference) {
     EXPECT_EQ(SUIDRoot::surrenderSUIDRoot({kPath, "/.vol/1/2"}, calls), 0);
-    EXPECT_EQ(calls.calls,
-              (Strings{"seteuid(0)", "chmod(/.vol/1/2,0500)", "chown(/.vol/1/2,501,-1)", "seteuid(501)"}));
+    EXPECT_EQ(calls.calls, (Strings{"seteuid(0)", "chmod(/.vol/1/2,0500)", "chown(/.vol/1/2,501,-1)", "seteuid(501)"}));
 }
 
 TEST_F(SUIDRootTest, SurrenderThatCannotBecomeRootTouchesNothing) {
@@ -127,8 +123,8 @@ TEST_F(SUIDRootTest, SurrenderWithFailingChownReportsIt) {
 TEST_F(SUIDRootTest, SurrenderThatCannotGoBackReportsAnErrorInsteadOfStopping) {
     calls.fail("seteuid", EAGAIN, 2);
     EXPECT_EQ(SUIDRoot::surrenderSUIDRoot(kPath, calls), EAGAIN);
-    EXPECT_EQ(log.messages, (Strings{"OrvaneTool: error " + std::to_string(EAGAIN) +
-                                     " switching back from effective user root"}));
+    EXPECT_EQ(log.messages,
+              (Strings{"OrvaneTool: error " + std::to_string(EAGAIN) + " switching back from effective user root"}));
 }
 
 TEST_F(SUIDRootTest, MessagesNameTheLastComponentOfAPathWithTrailingSlash) {

@@ -12,8 +12,8 @@ namespace orvane {
 namespace {
 
 TEST(ToolEntryDeathTest, AProcessStartedWithoutAnyWordReportsItsUserIDs) {
-    const std::string ids = "effective user id: " + std::to_string(::geteuid()) +
-                            ", actual user id: " + std::to_string(::getuid());
+    const std::string ids =
+        "effective user id: " + std::to_string(::geteuid()) + ", actual user id: " + std::to_string(::getuid());
     const std::array<const char*, 1> nothing = {nullptr};
     EXPECT_EXIT(toolMain(0, nothing.data(), ::getuid()), ::testing::ExitedWithCode(0), ids);
     const std::array<const char*, 2> nameOnly = {"OrvaneTool", nullptr};

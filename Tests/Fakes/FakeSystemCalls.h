@@ -34,16 +34,12 @@ class FakeSystemCalls final : public PosixSystemCalls {
         return record("chown", std::string(path) + "," + std::to_string(static_cast<int>(owner)) + "," +
                                    std::to_string(static_cast<int>(groupID)));
     }
-    int chmod(const char* path, mode_t mode) override {
-        return record("chmod", std::string(path) + "," + octal(mode));
-    }
+    int chmod(const char* path, mode_t mode) override { return record("chmod", std::string(path) + "," + octal(mode)); }
     int stat(const char* path, struct stat* status) override {
         *status = fileStatus;
         return record("stat", path);
     }
-    pid_t getpgid(pid_t processID) override {
-        return record("getpgid", std::to_string(processID)) == 0 ? group : -1;
-    }
+    pid_t getpgid(pid_t processID) override { return record("getpgid", std::to_string(processID)) == 0 ? group : -1; }
     int killpg(pid_t processGroup, int signal) override {
         const int result = record("killpg", std::to_string(processGroup) + "," + std::to_string(signal));
         return result == 0 ? killpgResult : result;
