@@ -54,7 +54,7 @@ void resetSignals() {
     for (int number = 1; number < NSIG; ++number) {
         struct sigaction action = {};
         if (::sigaction(number, nullptr, &action) != 0) {
-            continue; // the C library's own
+            continue; // one that the C library keeps for itself
         }
         if (::sigismember(&pending, number) == 1) {
             action.sa_handler = SIG_IGN;
@@ -155,10 +155,19 @@ void secureDescriptors() {
     if (!Process::current().closeDescriptorsFrom(STDERR_FILENO + 1)) {
         refuse("cannot close inherited descriptors");
     }
-    // A command that opens a file must not get it as its standard output or error.
+    // A command that opens a file must not get it as its standard output or error. Closed ones may come here open the
+    // wrong way round: a privileged program's C library fills them so that any use of them fails.
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
-        if (::fcntl(descriptor, F_GETFD) == -1 && ::open("/dev/null", O_RDWR) != descriptor) {
-            refuse("cannot open /dev/null");
+        const int flags = ::fcntl(descriptor, F_GETFL);
+        const int useless = descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY;
+        if (flags == -1 || (flags & O_ACCMODE) == useless) {
+            const int null = ::open("/dev/null", O_RDWR);
+            if (null == -1 || (null != descriptor && ::dup2(null, descriptor) != descriptor)) {
+                refuse("cannot open /dev/null");
+            }
+            if (null > STDERR_FILENO) {
+                ::close(null);
+            }
         }
     }
 }

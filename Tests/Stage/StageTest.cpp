@@ -68,7 +68,7 @@ std::vector<char*> pointers(const Strings& strings) {
 
 void record() {
     std::ofstream out(kRecord, std::ios::app);
-    std::ifstream words("/proc/self/cmdline", std::ios::binary);
+    std::istringstream words(read("/proc/self/cmdline"));
     for (std::string word; std::getline(words, word, '\0');) {
         out << "word" << '\0' << word << '\0';
     }
@@ -206,6 +206,7 @@ std::string capability(const std::string& key) {
 }
 
 void write(const std::string& path, const std::string& content, uid_t owner, mode_t mode) {
+    ::unlink(path.c_str()); // a running program cannot be written to
     std::ofstream(path, std::ios::binary) << content;
     EXPECT_EQ(::chown(path.c_str(), owner, owner == kRoot ? 0 : kStaff), 0) << path;
     EXPECT_EQ(::chmod(path.c_str(), mode), 0) << path;
