@@ -43,7 +43,7 @@ std::string timestamp() {
     ::localtime_r(&now.tv_sec, &local);
     std::array<char, 32> day = {};
     const std::size_t length = std::strftime(day.data(), day.size(), "%Y-%m-%d %H:%M:%S", &local);
-    std::array<char, 8> milliseconds = {};
+    std::array<char, 16> milliseconds = {};
     static_cast<void>(
         std::snprintf(milliseconds.data(), milliseconds.size(), ".%03d", static_cast<int>(now.tv_usec / 1000)));
     return std::string(day.data(), length) + milliseconds.data();
