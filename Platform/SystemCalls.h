@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -33,6 +34,15 @@ class SystemCalls {
     virtual int killpg(pid_t processGroup, int signal) = 0;
     /// `system`: runs the line with `/bin/sh -c`, waits, and returns the raw wait status or -1.
     virtual int system(const char* line) = 0;
+
+    // Files.
+    virtual int open(const char* path, int flags, mode_t mode) = 0;
+    virtual ssize_t write(int descriptor, const void* bytes, std::size_t count) = 0;
+    virtual int fsync(int descriptor) = 0;
+    virtual int close(int descriptor) = 0;
+    virtual int rename(const char* from, const char* to) = 0;
+    virtual int unlink(const char* path) = 0;
+    virtual int mkdir(const char* path, mode_t mode) = 0;
 
   protected:
     SystemCalls() = default;

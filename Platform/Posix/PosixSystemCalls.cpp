@@ -2,7 +2,10 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace orvane {
@@ -50,6 +53,34 @@ int PosixSystemCalls::killpg(pid_t processGroup, int signal) {
 
 int PosixSystemCalls::system(const char* line) {
     return std::system(line); // NOLINT(concurrency-mt-unsafe): the callers are single-threaded
+}
+
+int PosixSystemCalls::open(const char* path, int flags, mode_t mode) {
+    return ::open(path, flags, mode);
+}
+
+ssize_t PosixSystemCalls::write(int descriptor, const void* bytes, std::size_t count) {
+    return ::write(descriptor, bytes, count);
+}
+
+int PosixSystemCalls::fsync(int descriptor) {
+    return ::fsync(descriptor);
+}
+
+int PosixSystemCalls::close(int descriptor) {
+    return ::close(descriptor);
+}
+
+int PosixSystemCalls::rename(const char* from, const char* to) {
+    return std::rename(from, to);
+}
+
+int PosixSystemCalls::unlink(const char* path) {
+    return ::unlink(path);
+}
+
+int PosixSystemCalls::mkdir(const char* path, mode_t mode) {
+    return ::mkdir(path, mode);
 }
 
 SystemCalls& SystemCalls::platform() {

@@ -18,6 +18,14 @@ class PosixSystemCalls : public SystemCalls {
     int killpg(pid_t processGroup, int signal) override;
     int system(const char* line) override;
 
+    int open(const char* path, int flags, mode_t mode) override;
+    ssize_t write(int descriptor, const void* bytes, std::size_t count) override;
+    int fsync(int descriptor) override;
+    int close(int descriptor) override;
+    int rename(const char* from, const char* to) override;
+    int unlink(const char* path) override;
+    int mkdir(const char* path, mode_t mode) override;
+
   protected:
     PosixSystemCalls() = default;
     PosixSystemCalls(const PosixSystemCalls&) = default;
