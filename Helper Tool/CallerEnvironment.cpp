@@ -48,10 +48,19 @@ void cancelTimers() {
 /// Ignored and blocked signals outlive exec, and so do pending ones; ignoring drops those before they are
 /// unblocked.
 void resetSignals() {
+    sigset_t pending;
+    ::sigemptyset(&pending);
+    ::sigpending(&pending);
     for (int number = 1; number < NSIG; ++number) {
         struct sigaction action = {};
-        action.sa_handler = SIG_IGN;
-        if (::sigaction(number, &action, nullptr) == 0) {
+        if (::sigaction(number, nullptr, &action) != 0) {
+            continue; // one that the C library keeps for itself
+        }
+        if (::sigismember(&pending, number) == 1) {
+            action.sa_handler = SIG_IGN;
+            ::sigaction(number, &action, nullptr);
+        }
+        if (action.sa_handler != SIG_DFL) {
             action.sa_handler = SIG_DFL;
             ::sigaction(number, &action, nullptr);
         }
@@ -73,14 +82,19 @@ bool isKeptName(std::string_view name) {
     return std::all_of(name.begin(), name.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
 }
 
-/// The environment that the tool's commands see. It is never freed: `environ` points into it until the
-/// process ends.
+/// The environment that the tool's commands see. There is one, and it is never freed: `environ` points into
+/// it until the process ends.
 class Environment {
   public:
+    static Environment& shared() {
+        static auto* const environment = new Environment;
+        return *environment;
+    }
+
     void add(std::string entry) {
         const std::string_view name = std::string_view(entry).substr(0, entry.find('=') + 1);
-        const bool known = std::any_of(entries_.begin(), entries_.end(),
-                                       [&](const auto& other) { return other->starts_with(name); });
+        const bool known =
+            std::any_of(entries_.begin(), entries_.end(), [&](const auto& other) { return other->starts_with(name); });
         if (!known) {
             entries_.push_back(std::make_unique<std::string>(std::move(entry)));
         }
@@ -111,21 +125,15 @@ void addKeptValues(Environment& environment) {
     }
 }
 
-void addAccount(Environment& environment, uid_t userID) {
-    const passwd* const account = ::getpwuid(userID); // NOLINT(concurrency-mt-unsafe): there is one thread
-    const bool hasHome = account != nullptr && account->pw_dir != nullptr && account->pw_dir[0] == '/';
-    environment.add(std::string("HOME=") + (hasHome ? account->pw_dir : kNoHome));
-    if (account != nullptr && account->pw_name != nullptr) {
-        environment.add(std::string("USER=") + account->pw_name);
-        environment.add(std::string("LOGNAME=") + account->pw_name);
-    }
-}
-
 /// As near to `soft` as the hard limit allows.
 void setSoftLimit(int resource, rlim_t soft) {
     rlimit limit = {};
-    if (::getrlimit(resource, &limit) == 0) {
-        limit.rlim_cur = std::min(soft, limit.rlim_max);
+    if (::getrlimit(resource, &limit) != 0) {
+        return;
+    }
+    const rlim_t wanted = std::min(soft, limit.rlim_max);
+    if (limit.rlim_cur != wanted) {
+        limit.rlim_cur = wanted;
         ::setrlimit(resource, &limit);
     }
 }
@@ -147,10 +155,19 @@ void secureDescriptors() {
     if (!Process::current().closeDescriptorsFrom(STDERR_FILENO + 1)) {
         refuse("cannot close inherited descriptors");
     }
-    // A command that opens a file must not get it as its standard output or error.
+    // A command that opens a file must not get it as its standard output or error. Closed ones may come here open the
+    // wrong way round: a privileged program's C library fills them so that any use of them fails.
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
-        if (::fcntl(descriptor, F_GETFD) == -1 && ::open("/dev/null", O_RDWR) != descriptor) {
-            refuse("cannot open /dev/null");
+        const int flags = ::fcntl(descriptor, F_GETFL);
+        const int useless = descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY;
+        if (flags == -1 || (flags & O_ACCMODE) == useless) {
+            const int null = ::open("/dev/null", O_RDWR);
+            if (null == -1 || (null != descriptor && ::dup2(null, descriptor) != descriptor)) {
+                refuse("cannot open /dev/null");
+            }
+            if (null > STDERR_FILENO) {
+                ::close(null);
+            }
         }
     }
 }
@@ -165,10 +182,10 @@ uid_t secureProcessFromCaller() {
     cancelTimers();
     resetSignals();
 
-    auto* const environment = new Environment; // kept for good, see the class
-    environment->add(kPath);
-    addKeptValues(*environment);
-    environment->install();
+    Environment& environment = Environment::shared();
+    environment.add(kPath);
+    addKeptValues(environment);
+    environment.install();
 
     raiseLimits();
     secureDescriptors();
@@ -176,11 +193,22 @@ uid_t secureProcessFromCaller() {
     if (::chdir("/") != 0) {
         refuse("cannot leave the caller's folder");
     }
-
-    // Only now: the look-up may load code and open descriptors of its own.
-    addAccount(*environment, realUserID);
-    environment->install();
     return realUserID;
+}
+
+void addCallersAccount(uid_t realUserID) {
+    if (realUserID == 0) {
+        return;
+    }
+    Environment& environment = Environment::shared();
+    const passwd* const account = ::getpwuid(realUserID); // NOLINT(concurrency-mt-unsafe): there is one thread
+    const bool hasHome = account != nullptr && account->pw_dir != nullptr && account->pw_dir[0] == '/';
+    environment.add(std::string("HOME=") + (hasHome ? account->pw_dir : kNoHome));
+    if (account != nullptr && account->pw_name != nullptr) {
+        environment.add(std::string("USER=") + account->pw_name);
+        environment.add(std::string("LOGNAME=") + account->pw_name);
+    }
+    environment.install();
 }
 
 bool isHarmlessEnvironmentValue(std::string_view value) {

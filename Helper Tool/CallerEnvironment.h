@@ -20,6 +20,11 @@ namespace orvane {
 /// be made safe.
 uid_t secureProcessFromCaller();
 
+/// Adds `HOME`, `USER` and `LOGNAME` of the real user, from the password database, to an environment that was
+/// made safe; root's own is left alone. Before the first command, but not before it is known that one will
+/// run: the look-up reads files and may load code.
+void addCallersAccount(uid_t realUserID);
+
 /// Whether a caller's environment value may be kept: a locale's or terminal's name, which no program takes
 /// for a path or a format.
 bool isHarmlessEnvironmentValue(std::string_view value);

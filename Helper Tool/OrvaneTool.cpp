@@ -3,9 +3,12 @@
 #include "Support/OVLog.h"
 #include "Support/OVText.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <iterator>
 #include <memory>
+#include <optional>
 
 namespace orvane {
 
@@ -24,8 +27,7 @@ struct TaskTable {
         std::string_view taskName;
         std::string firstArgument;
         std::int32_t status = kNoTaskMatched;
-        std::optional<std::string>
-            pendingLine; ///< a maintenance line that a row has left for the runPending row
+        std::optional<std::string> pendingLine; ///< a maintenance line that a row has left for the runPending row
         std::vector<std::string> trashGlobs;
     };
 
@@ -38,9 +40,7 @@ struct TaskTable {
         const char* text; ///< the shell line, or what the action makes it from
     };
 
-    static void shellLine(Dispatch& dispatch, const char* text) {
-        dispatch.status = dispatch.tool.runCommand(text);
-    }
+    static void shellLine(Dispatch& dispatch, const char* text) { dispatch.status = dispatch.tool.runCommand(text); }
 
     static void maintenance(Dispatch& dispatch, const char* period) {
         dispatch.pendingLine = dispatch.tool.maintenanceCommandForPeriod(period);
@@ -87,8 +87,7 @@ struct TaskTable {
 
     /// The runner only makes the line: it runs between date lines, like the tool's own.
     static void secureEraseFreeSpace(Dispatch& dispatch, const char* /*text*/) {
-        dispatch.status =
-            dispatch.tool.runCommand(dispatch.runner.secureEraseFreeSpaceCommand(dispatch.firstArgument));
+        dispatch.status = dispatch.tool.runCommand(dispatch.runner.secureEraseFreeSpaceCommand(dispatch.firstArgument));
     }
 
     static void makeTrashGlobs(Dispatch& dispatch, const char* /*text*/) {
@@ -100,8 +99,8 @@ struct TaskTable {
     }
 
     static void secureEmptyTrash(Dispatch& dispatch, const char* /*text*/) {
-        dispatch.status = dispatch.runner.secureDeleteItemsAtPaths(
-            dispatch.runner.pathsByExpandingGlobs(dispatch.trashGlobs));
+        dispatch.status =
+            dispatch.runner.secureDeleteItemsAtPaths(dispatch.runner.pathsByExpandingGlobs(dispatch.trashGlobs));
     }
 
     static constexpr Row kRows[] = {
@@ -142,8 +141,7 @@ struct TaskTable {
         {Test::equal, "locateDatabase", shellLine,
          "echo Starting update...; cd /; sudo /usr/libexec/locate.updatedb; echo; echo Ending update..."},
         {Test::equal, "removeTemporary", shellLine, "rm -fv -R /var/tmp/*"},
-        {Test::equal, "cleanFontCaches", shellLine,
-         "echo Clearing font cache...; atsutil databases -remove; sleep 5"},
+        {Test::equal, "cleanFontCaches", shellLine, "echo Clearing font cache...; atsutil databases -remove; sleep 5"},
         {Test::equal, "secureEraseFreeSpace", secureEraseFreeSpace, nullptr},
         {Test::prefix, "killProcess", killProcess, nullptr},
         {Test::always, "", makeTrashGlobs, nullptr},
@@ -182,6 +180,12 @@ std::int32_t OrvaneTool::runTask(std::string_view taskName, const std::vector<st
         }
     }
     return dispatch.status;
+}
+
+bool OrvaneTool::knowsTask(std::string_view taskName) {
+    return std::any_of(std::begin(TaskTable::kRows), std::end(TaskTable::kRows), [&](const TaskTable::Row& row) {
+        return row.test != TaskTable::Test::always && TaskTable::matches(row, taskName);
+    });
 }
 
 std::vector<std::string_view> OrvaneTool::taskNames() {
@@ -242,8 +246,8 @@ std::uint64_t OrvaneTool::largeFilesSize() {
     return 0;
 }
 
-std::optional<std::vector<std::string>>
-OrvaneTool::inputPathsWithDirectoriesOnly(bool /*directoriesOnly*/, bool /*allowsMultipleSelection*/) {
+std::optional<std::vector<std::string>> OrvaneTool::inputPathsWithDirectoriesOnly(bool /*directoriesOnly*/,
+                                                                                  bool /*allowsMultipleSelection*/) {
     return std::nullopt;
 }
 

@@ -38,6 +38,9 @@ class OrvaneTool : public OVTaskDelegate {
     /// or "monthly") and shows what it added to the period's log.
     std::string maintenanceCommandForPeriod(std::string_view period);
 
+    /// Whether a row of the table tests true for the name.
+    static bool knowsTask(std::string_view taskName);
+
     /// The names of the task table in the order of its rows, for those who list them; a prefix stands for
     /// itself.
     static std::vector<std::string_view> taskNames();
@@ -58,8 +61,8 @@ class OrvaneTool : public OVTaskDelegate {
     /// `largeFilesSize`: 0.
     std::uint64_t largeFilesSize() override;
     /// `inputPathsWithDirectoriesOnly:allowsMultipleSelection:`: nothing.
-    std::optional<std::vector<std::string>>
-    inputPathsWithDirectoriesOnly(bool directoriesOnly, bool allowsMultipleSelection) override;
+    std::optional<std::vector<std::string>> inputPathsWithDirectoriesOnly(bool directoriesOnly,
+                                                                          bool allowsMultipleSelection) override;
 
   private:
     friend struct TaskTable;

@@ -37,41 +37,31 @@ std::string textOfWord(const char* const argv[], int index) {
     return word;
 }
 
-/// The running executable, for changes that must not be redirected to another file.
-class OwnExecutable {
-  public:
-    explicit OwnExecutable(Bundle& bundle)
-        : path_(bundle.executablePath()), reference_(bundle.executableReference()) {}
-
-    /// The path as a message shows it, a missing one as "%@" shows nil.
-    [[nodiscard]] const char* text() const { return path_ ? path_->c_str() : "(null)"; }
-
-    [[nodiscard]] SUIDRoot::File file(SystemCalls& calls) const {
-        if (!path_) {
-            return {nullptr};
-        }
-        if (reference_) {
-            return {path_->c_str(), reference_->c_str()};
-        }
-        // By name alone somebody else's folder could put another file in the executable's place.
-        if (calls.getuid() != 0) {
-            OVLog("Command-line tool: the running executable cannot be told from its name, only root may "
-                  "change it");
-            finish(EPERM);
-        }
-        return {path_->c_str()};
+/// The running executable, as changes that must not be redirected to another file name it.
+SUIDRoot::File ownExecutable(const std::optional<std::string>& path, const std::optional<std::string>& reference,
+                             SystemCalls& calls) {
+    if (!path) {
+        return {nullptr};
     }
-
-  private:
-    std::optional<std::string> path_;
-    std::optional<std::string> reference_;
-};
+    if (reference) {
+        return {path->c_str(), reference->c_str()};
+    }
+    // By name alone somebody else's folder could put another file in the executable's place.
+    if (calls.getuid() != 0) {
+        OVLog("Command-line tool: the running executable cannot be told from its name, only root may change "
+              "it");
+        finish(EPERM);
+    }
+    return {path->c_str()};
+}
 
 } // namespace
 
 void setupPriviliges(int argc, const char* const argv[]) {
     SystemCalls& calls = SystemCalls::platform();
-    const OwnExecutable executable(Bundle::mainBundle());
+    Bundle& bundle = Bundle::mainBundle();
+    const std::optional<std::string> path = bundle.executablePath();
+    const char* const pathText = path ? path->c_str() : "(null)"; // nil, as "%@" shows it
     // A caller may pass no words at all, not even the program's name.
     if (argc <= 1 || argv[1] == nullptr) {
         OVLog("effective user id: %d, actual user id: %d", static_cast<int>(calls.geteuid()),
@@ -80,16 +70,18 @@ void setupPriviliges(int argc, const char* const argv[]) {
     }
     const std::string word = textOfWord(argv, 1);
     if (word == kRepairWord) {
-        OVLog("Command-line tool: runMain: repairing priviliges for %s", executable.text());
-        const std::int32_t error = SUIDRoot::setSUIDRoot(executable.file(calls), calls);
+        OVLog("Command-line tool: runMain: repairing priviliges for %s", pathText);
+        const std::int32_t error =
+            SUIDRoot::setSUIDRoot(ownExecutable(path, bundle.executableReference(), calls), calls);
         if (error != 0) {
             OVLog("Command-line tool: runMain: error %d repairing priviliges", error);
         }
         finish(error);
     }
     if (word == kSurrenderWord) {
-        OVLog("Command-line tool: surrendering priviliges for %s", executable.text());
-        const std::int32_t error = SUIDRoot::surrenderSUIDRoot(executable.file(calls), calls);
+        OVLog("Command-line tool: surrendering priviliges for %s", pathText);
+        const std::int32_t error =
+            SUIDRoot::surrenderSUIDRoot(ownExecutable(path, bundle.executableReference(), calls), calls);
         if (error != 0) {
             OVLog("Command-line tool: error %d surrendering priviliges", error);
         }
@@ -97,8 +89,8 @@ void setupPriviliges(int argc, const char* const argv[]) {
     }
     if (calls.setuid(0) != 0) {
         // The real id first: the reverse of the other message, deliberately.
-        OVLog("Command-line tool: setuid failed (user id: %d, effective user id: %d)",
-              static_cast<int>(calls.getuid()), static_cast<int>(calls.geteuid()));
+        OVLog("Command-line tool: setuid failed (user id: %d, effective user id: %d)", static_cast<int>(calls.getuid()),
+              static_cast<int>(calls.geteuid()));
         finish(EXIT_FAILURE);
     }
 }
@@ -116,6 +108,9 @@ std::int32_t toolMain(int argc, const char* const argv[], uid_t realUserID) {
               "was run",
               taskName.c_str());
         return EXIT_FAILURE;
+    }
+    if (OrvaneTool::knowsTask(taskName)) {
+        addCallersAccount(realUserID);
     }
     OrvaneTool tool(SystemCalls::platform());
     return tool.runTask(taskName, arguments);

@@ -7,8 +7,7 @@
 
 namespace orvane::Globbing {
 
-std::vector<std::string> arrayWithFilesMatchingPattern(std::string_view pattern,
-                                                       std::string_view inDirectory) {
+std::vector<std::string> arrayWithFilesMatchingPattern(std::string_view pattern, std::string_view inDirectory) {
     const std::string search =
         stringByAppendingPathComponent(stringByExpandingTildeInPath(inDirectory), "/" + std::string(pattern));
     std::vector<std::string> paths;

@@ -12,6 +12,5 @@ namespace orvane {
 /// only.
 // NOLINTNEXTLINE(cppcoreguidelines-macro-usage): only a macro knows the expression's text and the caller's
 // line
-#define OVAssert(condition, method)                                                                          \
-    ((condition) ? static_cast<void>(0)                                                                      \
-                 : ::orvane::OVAssertionFailed(#condition, method, __FILE_NAME__, __LINE__))
+#define OVAssert(condition, method)                                                                                    \
+    ((condition) ? static_cast<void>(0) : ::orvane::OVAssertionFailed(#condition, method, __FILE_NAME__, __LINE__))

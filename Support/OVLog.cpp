@@ -27,7 +27,7 @@ constinit std::atomic<OVLogSink*> currentSink{nullptr};
 /// line.
 std::string processName() {
     const auto path = Bundle::mainBundle().executablePath();
-    std::string name = path ? lastPathComponent(*path) : std::string("?");
+    std::string name = lastPathComponent(path.value_or("OrvaneTool"));
     for (char& c : name) {
         if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) {
             c = '?';

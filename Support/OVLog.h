@@ -29,5 +29,5 @@ void OVLog(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 /// A message of a method: begins with the method's full Objective-C name (a literal) and the source line.
 // NOLINTNEXTLINE(cppcoreguidelines-macro-usage): only a macro knows the caller's line
-#define OVLogMethod(method, format, ...)                                                                     \
+#define OVLogMethod(method, format, ...)                                                                               \
     ::orvane::OVLog("%s [Line %d] " format, method, __LINE__ __VA_OPT__(, ) __VA_ARGS__)

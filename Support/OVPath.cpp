@@ -74,8 +74,7 @@ std::string stringByExpandingTildeInPath(std::string_view path) {
     }
     const std::size_t slash = path.find('/');
     const std::string_view name = path.substr(1, slash == std::string_view::npos ? slash : slash - 1);
-    const auto home =
-        name.empty() ? homeDirectoryOfUser(::getuid()) : homeDirectoryOfUserNamed(std::string(name));
+    const auto home = name.empty() ? homeDirectoryOfUser(::getuid()) : homeDirectoryOfUserNamed(std::string(name));
     if (!home) {
         return std::string(path);
     }

@@ -14,11 +14,9 @@ namespace orvane {
 using NSInteger = std::intptr_t;
 
 /// What a run returns, with the child's own exit code (1 to 255) as the only other kind of result.
-extern const NSInteger OVShellCommandSuccess; ///< 0: the child exited normally with exit code 0
-extern const NSInteger
-    OVShellCommandCancelled; ///< -9998: cancelled before the start, or the child died of a signal
-extern const NSInteger
-    OVShellCommandCancelFailed; ///< -9999: a cancel was asked, but the signal could not be sent
+extern const NSInteger OVShellCommandSuccess;      ///< 0: the child exited normally with exit code 0
+extern const NSInteger OVShellCommandCancelled;    ///< -9998: cancelled before the start, or the child died of a signal
+extern const NSInteger OVShellCommandCancelFailed; ///< -9999: a cancel was asked, but the signal could not be sent
 
 /// Receives a running command's output and decides whether it goes on. Called on the thread that runs the
 /// command.

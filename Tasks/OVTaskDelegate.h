@@ -40,8 +40,8 @@ class OVTaskDelegate {
 
     /// `inputPathsWithDirectoriesOnly:allowsMultipleSelection:`: paths chosen by the user, at least one;
     /// nothing when the user chose none.
-    virtual std::optional<std::vector<std::string>>
-    inputPathsWithDirectoriesOnly(bool directoriesOnly, bool allowsMultipleSelection) = 0;
+    virtual std::optional<std::vector<std::string>> inputPathsWithDirectoriesOnly(bool directoriesOnly,
+                                                                                  bool allowsMultipleSelection) = 0;
 };
 
 } // namespace orvane

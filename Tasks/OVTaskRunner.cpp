@@ -21,8 +21,7 @@ constexpr std::int32_t kCancelled = 2;
 /// The list names files in folders that only their user may read.
 constexpr mode_t kListFileMode = 0600;
 
-std::int32_t writePaths(const std::vector<std::string>& paths, const std::string& listFile,
-                        SystemCalls& calls) {
+std::int32_t writePaths(const std::vector<std::string>& paths, const std::string& listFile, SystemCalls& calls) {
     OVAtomicFile file(listFile, kListFileMode, calls);
     std::string_view separator;
     for (const std::string& path : paths) {
@@ -69,8 +68,8 @@ std::int32_t OVTaskRunner::runCommand(const std::string& path, const std::vector
         return kCancelled;
     }
     if (outcome.result == OVShellCommandCancelFailed) {
-        OVLogMethod("-[OVTaskRunner runCommand:arguments:]",
-                    "ERROR: cancel unexpectedly failed for %s (pid: %d)", path.c_str(), outcome.processID);
+        OVLogMethod("-[OVTaskRunner runCommand:arguments:]", "ERROR: cancel unexpectedly failed for %s (pid: %d)",
+                    path.c_str(), outcome.processID);
         return kCancelled; // deliberately no failure: the owner asked for a cancel
     }
     return kFailure;
@@ -80,8 +79,7 @@ std::int32_t OVTaskRunner::runBashCommand(const std::string& command) {
     return runCommand("/bin/sh", {"-c", command});
 }
 
-std::int32_t OVTaskRunner::runBashCommand(std::string_view command,
-                                          const std::vector<std::string>& onItemsAtPaths) {
+std::int32_t OVTaskRunner::runBashCommand(std::string_view command, const std::vector<std::string>& onItemsAtPaths) {
     constexpr const char* kMethod = "-[OVTaskRunner runBashCommand:onItemsAtPaths:]";
     const auto folder = TemporaryDirectory::createTemporaryDirectory(services_.calls, services_.processInfo);
     if (!folder) {
@@ -117,8 +115,7 @@ std::vector<std::string> OVTaskRunner::pathsByExpandingGlobs(const std::vector<s
         if (paths.empty()) {
             paths = std::move(matches);
         } else {
-            paths.insert(paths.end(), std::make_move_iterator(matches.begin()),
-                         std::make_move_iterator(matches.end()));
+            paths.insert(paths.end(), std::make_move_iterator(matches.begin()), std::make_move_iterator(matches.end()));
         }
     }
     return paths;

@@ -31,15 +31,14 @@ class DarwinBundle final : public Bundle {
         // number.
         proc_regionwithpathinfo region = {};
         const auto header = reinterpret_cast<std::uintptr_t>(&_mh_execute_header);
-        const int size = ::proc_pidinfo(::getpid(), PROC_PIDREGIONPATHINFO, header, &region,
-                                        static_cast<int>(sizeof region));
+        const int size =
+            ::proc_pidinfo(::getpid(), PROC_PIDREGIONPATHINFO, header, &region, static_cast<int>(sizeof region));
         if (size != static_cast<int>(sizeof region)) {
             return std::nullopt;
         }
         const vinfo_stat& file = region.prp_vip.vip_vi.vi_stat;
         std::array<char, 64> reference;
-        std::snprintf(reference.data(), reference.size(), "/.vol/%lu/%llu",
-                      static_cast<unsigned long>(file.vst_dev),
+        std::snprintf(reference.data(), reference.size(), "/.vol/%lu/%llu", static_cast<unsigned long>(file.vst_dev),
                       static_cast<unsigned long long>(file.vst_ino));
         if (::access(reference.data(), F_OK) != 0) {
             return std::nullopt;

@@ -30,16 +30,16 @@ class LinuxAppleScript final : public AppleScript {
         // A script's result is no output of the program that runs it.
         bool prepared = true;
         for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-            prepared = prepared &&
-                       ::posix_spawn_file_actions_addopen(&actions, descriptor, "/dev/null", O_RDWR, 0) == 0;
+            prepared =
+                prepared && ::posix_spawn_file_actions_addopen(&actions, descriptor, "/dev/null", O_RDWR, 0) == 0;
         }
         std::string program = "osascript";
         std::string option = "-e";
         std::string text = source;
         const std::array<char*, 4> words = {program.data(), option.data(), text.data(), nullptr};
         pid_t child = -1;
-        const bool started = prepared && ::posix_spawnp(&child, program.c_str(), &actions, nullptr,
-                                                        words.data(), environ) == 0;
+        const bool started =
+            prepared && ::posix_spawnp(&child, program.c_str(), &actions, nullptr, words.data(), environ) == 0;
         ::posix_spawn_file_actions_destroy(&actions);
         return started && waitForSuccess(child);
     }

@@ -1,6 +1,8 @@
 #include "Platform/Bundle.h"
 
 #include <array>
+#include <climits>
+#include <cstdlib>
 #include <sys/auxv.h>
 #include <unistd.h>
 
@@ -13,10 +15,19 @@ constexpr const char* kSelf = "/proc/self/exe";
 class LinuxBundle final : public Bundle {
   public:
     std::optional<std::string> executablePath() override {
-        std::array<char, 4096> path; // NOLINT(cppcoreguidelines-pro-type-member-init)
+        std::array<char, PATH_MAX> path; // NOLINT(cppcoreguidelines-pro-type-member-init)
         const ssize_t length = ::readlink(kSelf, path.data(), path.size());
         if (length > 0 && static_cast<std::size_t>(length) < path.size()) {
             return std::string(path.data(), static_cast<std::size_t>(length));
+        }
+        // Without /proc there is the name that exec was given. It is the caller's word, so a privileged start
+        // has none.
+        if (::getauxval(AT_SECURE) == 0) {
+            // NOLINTNEXTLINE(performance-no-int-to-ptr): the kernel hands the pointer over as a number
+            const auto* const name = reinterpret_cast<const char*>(::getauxval(AT_EXECFN));
+            if (name != nullptr && ::realpath(name, path.data()) != nullptr) {
+                return std::string(path.data());
+            }
         }
         return std::nullopt;
     }

@@ -12,8 +12,7 @@ namespace orvane {
 
 namespace {
 
-template <std::size_t count>
-bool contains(const std::array<std::string_view, count>& sorted, std::string_view name) {
+template <std::size_t count> bool contains(const std::array<std::string_view, count>& sorted, std::string_view name) {
     return std::binary_search(sorted.begin(), sorted.end(), name);
 }
 
@@ -25,9 +24,9 @@ constexpr std::array<std::string_view, 31> kPseudoTypes = {
     "rpc_pipefs",   "securityfs", "selinuxfs", "smackfs", "sockfs",      "sysfs",    "tracefs"};
 
 /// File systems whose files are on another machine.
-constexpr std::array<std::string_view, 17> kNetworkTypes = {
-    "9p",  "afs",   "beegfs", "ceph", "cifs",     "coda",  "davfs", "gpfs", "lustre",
-    "ncp", "ncpfs", "nfs",    "nfs4", "orangefs", "pvfs2", "smb3",  "smbfs"};
+constexpr std::array<std::string_view, 17> kNetworkTypes = {"9p",    "afs",      "beegfs", "ceph", "cifs",  "coda",
+                                                            "davfs", "gpfs",     "lustre", "ncp",  "ncpfs", "nfs",
+                                                            "nfs4",  "orangefs", "pvfs2",  "smb3", "smbfs"};
 
 constexpr std::array<std::string_view, 11> kNetworkFuseTypes = {
     "fuse.ceph", "fuse.ceph-fuse", "fuse.curlftpfs", "fuse.davfs2",   "fuse.glusterfs", "fuse.mfs",
@@ -60,8 +59,7 @@ std::string decoded(std::string_view field) {
         const std::string_view digits = field.substr(index + 1, 3);
         if (field[index] == '\\' && digits.size() == 3 && digits[0] <= '3' &&
             std::all_of(digits.begin(), digits.end(), isOctal)) {
-            text.push_back(
-                static_cast<char>((digits[0] - '0') * 64 + (digits[1] - '0') * 8 + (digits[2] - '0')));
+            text.push_back(static_cast<char>((digits[0] - '0') * 64 + (digits[1] - '0') * 8 + (digits[2] - '0')));
             index += 3;
         } else {
             text.push_back(field[index]);
@@ -113,8 +111,7 @@ std::optional<MountRecord> parseMountInfoLine(std::string_view line) {
 }
 
 bool isAtOrUnder(std::string_view path, std::string_view folder) {
-    return path.starts_with(folder) &&
-           (path.size() == folder.size() || folder == "/" || path[folder.size()] == '/');
+    return path.starts_with(folder) && (path.size() == folder.size() || folder == "/" || path[folder.size()] == '/');
 }
 
 bool hasOption(const MountRecord& record, std::string_view option) {
@@ -178,8 +175,7 @@ std::uint32_t mountFlags(const MountRecord& record) {
     if (record.mountPoint == "/") {
         flags |= kMountRootFileSystem;
     }
-    if (!contains(kNetworkTypes, record.fileSystemType) &&
-        !contains(kNetworkFuseTypes, record.fileSystemType)) {
+    if (!contains(kNetworkTypes, record.fileSystemType) && !contains(kNetworkFuseTypes, record.fileSystemType)) {
         flags |= kMountLocal;
     }
     if (isHidden(record)) {

@@ -1,0 +1,153 @@
+#include "Support/OVLog.h"
+
+#include "Support/OVAssert.h"
+#include "Tests/Fakes/RecordingLog.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace orvane {
+namespace {
+
+/// Standard error and standard output as message sockets, on which every write arrives as a message of its
+/// own.
+class Streams {
+  public:
+    Streams() {
+        for (const int descriptor : {STDOUT_FILENO, STDERR_FILENO}) {
+            std::array<int, 2> ends = {};
+            EXPECT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends.data()), 0);
+            saved_.at(static_cast<std::size_t>(descriptor)) = ::dup(descriptor);
+            ::dup2(ends[1], descriptor);
+            ::close(ends[1]);
+            reading_.at(static_cast<std::size_t>(descriptor)) = ends[0];
+        }
+    }
+
+    ~Streams() {
+        for (const int descriptor : {STDOUT_FILENO, STDERR_FILENO}) {
+            ::dup2(saved_.at(static_cast<std::size_t>(descriptor)), descriptor);
+            ::close(saved_.at(static_cast<std::size_t>(descriptor)));
+            ::close(reading_.at(static_cast<std::size_t>(descriptor)));
+        }
+    }
+
+    Streams(const Streams&) = delete;
+    Streams& operator=(const Streams&) = delete;
+
+    std::vector<std::string> writes(int descriptor) {
+        std::vector<std::string> all;
+        std::string buffer(65536, '\0');
+        ssize_t length = 0;
+        while ((length = ::recv(reading_.at(static_cast<std::size_t>(descriptor)), buffer.data(), buffer.size(),
+                                MSG_DONTWAIT)) > 0) {
+            all.push_back(buffer.substr(0, static_cast<std::size_t>(length)));
+        }
+        return all;
+    }
+
+  private:
+    std::array<int, 3> saved_ = {};
+    std::array<int, 3> reading_ = {};
+};
+
+TEST(OVLogTest, WritesOneWholeLineToStandardErrorInTheLogsLayout) {
+    std::vector<std::string> errors;
+    std::vector<std::string> output;
+    {
+        Streams streams;
+        OVLog("error %d of %s", 13, "thing");
+        errors = streams.writes(STDERR_FILENO);
+        output = streams.writes(STDOUT_FILENO);
+    }
+    ASSERT_EQ(errors.size(), 1U) << "a message is one write";
+    EXPECT_TRUE(output.empty()) << "standard output belongs to the tasks";
+    const std::string pid = std::to_string(::getpid());
+    EXPECT_TRUE(::testing::internal::RE::FullMatch(
+        errors[0], "[0-9][0-9][0-9][0-9]-[0-9][0-9]-[0-9][0-9] [0-9][0-9]:[0-9][0-9]:[0-9][0-9]\\.[0-9][0-9][0-9] "
+                   "[^ []+\\[" +
+                       pid + ":[0-9]+\\] error 13 of thing\n"))
+        << errors[0];
+}
+
+TEST(OVLogTest, WritesALongMessageWhole) {
+    const std::string text(20000, 'x');
+    std::vector<std::string> errors;
+    {
+        Streams streams;
+        OVLog("%s", text.c_str());
+        errors = streams.writes(STDERR_FILENO);
+    }
+    ASSERT_EQ(errors.size(), 1U);
+    EXPECT_NE(errors[0].find("] " + text + "\n"), std::string::npos);
+}
+
+TEST(OVLogTest, AMethodMessageBeginsWithTheMethodAndTheSourceLine) {
+    testing::RecordingLog log;
+    OVLogMethod("-[Thing doIt:]", "error %ld", 7L);
+    const int line = __LINE__ - 1;
+    OVLogMethod("-[Thing doIt:]", "plain");
+    EXPECT_EQ(log.messages, (std::vector<std::string>{
+                                "-[Thing doIt:] [Line " + std::to_string(line) + "] error 7",
+                                "-[Thing doIt:] [Line " + std::to_string(line + 2) + "] plain",
+                            }));
+}
+
+TEST(OVLogTest, AReplacedSinkTakesTheMessageAloneAndKeepsStandardErrorFree) {
+    std::vector<std::string> errors;
+    testing::RecordingLog log;
+    {
+        Streams streams;
+        OVLog("to the sink");
+        errors = streams.writes(STDERR_FILENO);
+    }
+    EXPECT_TRUE(errors.empty());
+    EXPECT_EQ(log.messages, (std::vector<std::string>{"to the sink"}));
+}
+
+TEST(OVLogTest, SettingASinkAnswersWithTheOneBefore) {
+    testing::RecordingLog first;
+    {
+        testing::RecordingLog second;
+        EXPECT_EQ(OVSetLogSink(&second), &second);
+    }
+    EXPECT_EQ(OVSetLogSink(&first), &first) << "the second gave back what it found";
+}
+
+TEST(OVLogTest, KeepsErrno) {
+    int builtIn = 0;
+    {
+        Streams streams;
+        errno = ENOTDIR;
+        OVLog("anything");
+        builtIn = errno;
+    }
+    EXPECT_EQ(builtIn, ENOTDIR);
+    testing::RecordingLog log;
+    errno = EXDEV;
+    OVLog("anything");
+    EXPECT_EQ(errno, EXDEV);
+}
+
+TEST(OVAssertDeathTest, AFailedAssertionReportsAndStopsWhateverTheBuild) {
+    const int answer = 41;
+    EXPECT_EXIT(OVAssert(answer == 42, "-[Thing ask]"), ::testing::KilledBySignal(SIGABRT),
+                "Assertion failed: \\(answer == 42\\), function -\\[Thing ask\\], file OVLogTests.cpp, line "
+                "[0-9]+\\.");
+}
+
+TEST(OVAssertTest, ATrueConditionCostsNothingAndIsAskedOnce) {
+    testing::RecordingLog log;
+    int asked = 0;
+    OVAssert(++asked == 1, "-[Thing ask]");
+    EXPECT_EQ(asked, 1);
+    EXPECT_TRUE(log.messages.empty());
+}
+
+} // namespace
+} // namespace orvane

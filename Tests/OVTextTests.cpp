@@ -1,0 +1,79 @@
+#include "Support/OVText.h"
+
+#include <gtest/gtest.h>
+#include <limits>
+
+namespace orvane {
+namespace {
+
+TEST(IntValueTest, ReadsLeadingWhiteSpaceSignAndDigits) {
+    EXPECT_EQ(intValue("4711"), 4711);
+    EXPECT_EQ(intValue(" \t\n\v\f\r42"), 42);
+    EXPECT_EQ(intValue("+7"), 7);
+    EXPECT_EQ(intValue("-7"), -7);
+    EXPECT_EQ(intValue("\xC2\xA0\xE3\x80\x80"
+                       "9"),
+              9)
+        << "no-break and ideographic space";
+    EXPECT_EQ(intValue("0012"), 12);
+}
+
+TEST(IntValueTest, IgnoresWhatFollowsTheDigits) {
+    EXPECT_EQ(intValue("12abc"), 12);
+    EXPECT_EQ(intValue("12 34"), 12);
+    EXPECT_EQ(intValue("3.9"), 3);
+    EXPECT_EQ(intValue("0x10"), 0);
+}
+
+TEST(IntValueTest, IsZeroWithoutDigits) {
+    for (const char* text : {"", " ", "abc", "-", "+", "- 5", "--5", "+-5",
+                             "\xFF"
+                             "5"}) {
+        EXPECT_EQ(intValue(text), 0) << text;
+    }
+}
+
+TEST(IntValueTest, ClampsAtThe32BitLimits) {
+    using Limits = std::numeric_limits<std::int32_t>;
+    EXPECT_EQ(intValue("2147483647"), Limits::max());
+    EXPECT_EQ(intValue("2147483648"), Limits::max());
+    EXPECT_EQ(intValue("-2147483648"), Limits::min());
+    EXPECT_EQ(intValue("-2147483649"), Limits::min());
+    EXPECT_EQ(intValue("99999999999999999999999999999"), Limits::max());
+    EXPECT_EQ(intValue("-99999999999999999999999999999"), Limits::min());
+}
+
+TEST(StringByRemovingTest, RemovesEveryOccurrenceFromLeftToRight) {
+    EXPECT_EQ(stringByRemoving("ab", "xabyabz"), "xyz");
+    EXPECT_EQ(stringByRemoving("ab", "aabb"), "ab") << "what closes up is not looked at again";
+    EXPECT_EQ(stringByRemoving("ab", "ba"), "ba");
+    EXPECT_EQ(stringByRemoving("", "text"), "text");
+    EXPECT_EQ(stringByRemoving("ab", ""), "");
+}
+
+TEST(UTF8Test, AcceptsWellFormedText) {
+    for (const char* text :
+         {"", "plain", "\x7F", "\xC2\x80", "\xDF\xBF", "\xE0\xA0\x80", "\xED\x9F\xBF", "\xEE\x80\x80", "\xEF\xBF\xBF",
+          "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF", "a long ASCII text, then \xC3\xA4"}) {
+        EXPECT_TRUE(isValidUTF8(text)) << text;
+    }
+}
+
+TEST(UTF8Test, RefusesOverlongFormsSurrogatesAndValuesTooLarge) {
+    for (const char* text : {"\xC0\x80", "\xC1\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF", "\xED\xA0\x80", "\xED\xBF\xBF",
+                             "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xFE", "\xFF"}) {
+        EXPECT_FALSE(isValidUTF8(text)) << text;
+    }
+}
+
+TEST(UTF8Test, RefusesCutAndStrayBytesWhereverTheyStand) {
+    for (const char* broken : {"\x80", "\xBF", "\xC3", "\xE2\x82", "\xF0\x9F\x98", "\xC3(", "\xE2(\xA1"}) {
+        for (std::size_t before = 0; before < 20; ++before) {
+            EXPECT_FALSE(isValidUTF8(std::string(before, 'x') + broken)) << before << broken;
+        }
+        EXPECT_FALSE(isValidUTF8(std::string(broken) + "abcdefghijkl")) << broken;
+    }
+}
+
+} // namespace
+} // namespace orvane
