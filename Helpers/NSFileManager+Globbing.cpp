@@ -12,6 +12,7 @@ std::vector<std::string> arrayWithFilesMatchingPattern(std::string_view pattern,
         stringByAppendingPathComponent(stringByExpandingTildeInPath(inDirectory), "/" + std::string(pattern));
     std::vector<std::string> paths;
     glob_t matches = {};
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): only for tildes, which these flags leave alone
     if (::glob(search.c_str(), 0, nullptr, &matches) == 0 && matches.gl_pathc > 0) {
         const std::span found(matches.gl_pathv, matches.gl_pathc);
         paths.assign(found.begin(), found.end());

@@ -60,7 +60,8 @@ class FileSizeSignalBlocked {
 std::string newName() {
     static constinit std::atomic<unsigned> counter{0};
     std::array<char, 48> name = {};
-    std::snprintf(name.data(), name.size(), ".orvane-%ld-%u", static_cast<long>(::getpid()), counter.fetch_add(1));
+    static_cast<void>(
+        std::snprintf(name.data(), name.size(), ".orvane-%ld-%u", static_cast<long>(::getpid()), counter.fetch_add(1)));
     return name.data();
 }
 

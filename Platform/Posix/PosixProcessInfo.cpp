@@ -51,10 +51,10 @@ std::string PosixProcessInfo::globallyUniqueString() {
     static constinit std::atomic<unsigned> counter{0};
     const RandomBytes b = randomBytes();
     std::array<char, 96> text = {};
-    std::snprintf(text.data(), text.size(),
-                  "%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X-%ld-%08X", b[0], b[1], b[2],
-                  b[3], b[4], b[5], b[6], b[7], b[8], b[9], b[10], b[11], b[12], b[13], b[14], b[15],
-                  static_cast<long>(::getpid()), counter.fetch_add(1));
+    static_cast<void>(std::snprintf(text.data(), text.size(),
+                                    "%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X-%ld-%08X",
+                                    b[0], b[1], b[2], b[3], b[4], b[5], b[6], b[7], b[8], b[9], b[10], b[11], b[12],
+                                    b[13], b[14], b[15], static_cast<long>(::getpid()), counter.fetch_add(1)));
     return text.data();
 }
 
