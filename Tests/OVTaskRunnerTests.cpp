@@ -115,6 +115,9 @@ TEST_F(RunnerProperties, SetterRetainsTheNewAndReleasesTheOld) {
 
 TEST_F(RunnerProperties, ReleasedDelegateMayAskForTheProperty) {
     struct Curious final {
+        Curious(OVTaskRunner& itsRunner, bool& itsAnswer) : runner(itsRunner), asked(itsAnswer) {}
+        Curious(const Curious&) = delete;
+        Curious& operator=(const Curious&) = delete;
         OVTaskRunner& runner;
         bool& asked;
         ~Curious() { asked = runner.delegate() == nullptr; }
