@@ -67,7 +67,7 @@ void resetSignals() {
     }
     sigset_t all;
     ::sigfillset(&all);
-    ::sigprocmask(SIG_UNBLOCK, &all, nullptr);
+    ::sigprocmask(SIG_UNBLOCK, &all, nullptr); // NOLINT(concurrency-mt-unsafe): there is one thread
 }
 
 bool isKeptName(std::string_view name) {
@@ -87,7 +87,10 @@ bool isKeptName(std::string_view name) {
 class Environment {
   public:
     static Environment& shared() {
-        static auto* const environment = new Environment;
+        static constinit Environment* environment = nullptr;
+        if (environment == nullptr) {
+            environment = new Environment;
+        }
         return *environment;
     }
 

@@ -18,7 +18,7 @@ namespace orvane {
 class OrvaneTool : public OVTaskDelegate {
   public:
     explicit OrvaneTool(SystemCalls& calls = SystemCalls::platform())
-        : OrvaneTool(OVTaskRunnerServices{.calls = calls}) {}
+        : OrvaneTool(OVTaskRunnerServices{.calls = calls, .processInfo = ProcessInfo::privileged()}) {}
     /// With what its task runners have from outside; everything must outlive the tool.
     explicit OrvaneTool(const OVTaskRunnerServices& services) : services_(services), calls_(services.calls) {}
 

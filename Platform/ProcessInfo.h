@@ -10,6 +10,10 @@ class ProcessInfo {
     /// The running process. Lives for ever; may be used from any thread.
     static ProcessInfo& platform();
 
+    /// The same for a process that is root on behalf of somebody else: it does not ask the environment, even where
+    /// the system's way to the temporary directory is a variable. Lives for ever; may be used from any thread.
+    static ProcessInfo& privileged();
+
     /// `globallyUniqueString`: a text that no other call gives, in this process or another; letters, digits
     /// and dashes alone.
     virtual std::string globallyUniqueString() = 0;

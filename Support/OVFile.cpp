@@ -7,8 +7,8 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <fcntl.h>
-#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -63,6 +63,14 @@ std::string newName() {
     static_cast<void>(
         std::snprintf(name.data(), name.size(), ".orvane-%ld-%u", static_cast<long>(::getpid()), counter.fetch_add(1)));
     return name.data();
+}
+
+// There are two functions of the name strerror_r: one returns the text, the other whether it has written one.
+[[maybe_unused]] std::string described(const char* text, const char* /*room*/) {
+    return text;
+}
+[[maybe_unused]] std::string described(int error, const char* room) {
+    return error == 0 ? std::string(room) : "Unknown error";
 }
 
 std::string folderOf(std::string_view path) {
@@ -171,7 +179,8 @@ void OVAtomicFile::fail(std::int32_t error) {
 }
 
 std::string errorDescription(std::int32_t error) {
-    return std::system_category().message(error);
+    std::array<char, 256> room = {};
+    return described(::strerror_r(error, room.data(), room.size()), room.data());
 }
 
 } // namespace orvane

@@ -43,8 +43,9 @@ std::string timestamp() {
     ::localtime_r(&now.tv_sec, &local);
     std::array<char, 32> day = {};
     const std::size_t length = std::strftime(day.data(), day.size(), "%Y-%m-%d %H:%M:%S", &local);
-    std::array<char, 8> milliseconds = {};
-    std::snprintf(milliseconds.data(), milliseconds.size(), ".%03d", static_cast<int>(now.tv_usec / 1000));
+    std::array<char, 16> milliseconds = {};
+    static_cast<void>(
+        std::snprintf(milliseconds.data(), milliseconds.size(), ".%03d", static_cast<int>(now.tv_usec / 1000)));
     return std::string(day.data(), length) + milliseconds.data();
 }
 
@@ -75,7 +76,7 @@ std::string formatted(const char* format, va_list arguments) {
     std::string text;
     if (length >= 0) {
         text.resize(static_cast<std::size_t>(length));
-        std::vsnprintf(text.data(), text.size() + 1, format, again);
+        static_cast<void>(std::vsnprintf(text.data(), text.size() + 1, format, again));
     } else {
         text = format;
     }

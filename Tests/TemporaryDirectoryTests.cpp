@@ -110,6 +110,13 @@ TEST_F(TemporaryDirectoryVariable, GivesWayToTmpOtherwise) {
     EXPECT_EQ(ProcessInfo::platform().temporaryDirectory(), "/tmp");
 }
 
+TEST_F(TemporaryDirectoryVariable, IsNotAskedByAPrivilegedProcess) {
+    const test::Folder folder;
+    ::setenv("TMPDIR", folder.path.c_str(), 1);
+    EXPECT_EQ(ProcessInfo::privileged().temporaryDirectory(), "/tmp");
+    EXPECT_NE(ProcessInfo::privileged().globallyUniqueString(), ProcessInfo::platform().globallyUniqueString());
+}
+
 constexpr uid_t kRoot = 0;
 constexpr uid_t kSomebody = 1000;
 

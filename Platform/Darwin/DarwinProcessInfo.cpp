@@ -26,4 +26,8 @@ ProcessInfo& ProcessInfo::platform() {
     return info;
 }
 
+ProcessInfo& ProcessInfo::privileged() {
+    return platform();
+}
+
 } // namespace orvane

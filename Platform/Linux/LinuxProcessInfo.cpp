@@ -39,13 +39,21 @@ bool isRootsOwnUpToTheTop(const std::string& realPath) {
     return isRootsOwn("/");
 }
 
+/// The sticky folder of the system.
+constexpr const char* kCommonFolder = "/tmp";
+
+class PrivilegedProcessInfo final : public PosixProcessInfo {
+  public:
+    std::string temporaryDirectory() override { return kCommonFolder; }
+};
+
 class LinuxProcessInfo final : public PosixProcessInfo {
   public:
     std::string temporaryDirectory() override {
         // NOLINTNEXTLINE(concurrency-mt-unsafe): a host that changes its environment while threads run is
         // lost anyway
         const auto chosen = usableTemporaryDirectory(::secure_getenv("TMPDIR"), ::geteuid());
-        return chosen.value_or("/tmp");
+        return chosen.value_or(kCommonFolder);
     }
 };
 
@@ -69,6 +77,11 @@ std::optional<std::string> usableTemporaryDirectory(const char* folder, uid_t ef
 
 ProcessInfo& ProcessInfo::platform() {
     static constinit LinuxProcessInfo info;
+    return info;
+}
+
+ProcessInfo& ProcessInfo::privileged() {
+    static constinit PrivilegedProcessInfo info;
     return info;
 }
 

@@ -37,7 +37,7 @@ bool closeDescriptorsUpToLimit(int first) {
     if (::getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_max == RLIM_INFINITY) {
         return false;
     }
-    for (rlim_t number = static_cast<rlim_t>(first); number < limit.rlim_max; ++number) {
+    for (auto number = static_cast<rlim_t>(first); number < limit.rlim_max; ++number) {
         ::close(static_cast<int>(number));
     }
     return true;

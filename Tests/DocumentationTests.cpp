@@ -1,0 +1,81 @@
+// What the documents say of the tasks, held against the tool's own table.
+
+#include "Helper Tool/OrvaneTool.h"
+
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace orvane {
+namespace {
+
+std::string document(const std::string& name) {
+    const std::string path = std::string(ORVANE_SOURCE_DIR) + "/" + name;
+    std::ifstream in(path);
+    EXPECT_TRUE(in.good()) << path;
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+struct Task {
+    std::string name;
+    std::string argument;
+    std::string description;
+};
+
+std::vector<Task> listedTasks() {
+    std::vector<Task> tasks;
+    std::istringstream in(document("Documentation/tasks.txt"));
+    for (std::string line; std::getline(in, line);) {
+        std::istringstream fields(line);
+        Task task;
+        std::getline(fields, task.name, '\t');
+        std::getline(fields, task.argument, '\t');
+        std::getline(fields, task.description);
+        if (!line.starts_with('#') && !task.name.ends_with("Priviliges")) {
+            tasks.push_back(task);
+        }
+    }
+    return tasks;
+}
+
+TEST(DocumentationTest, TheListOfTasksIsTheToolsTable) {
+    std::vector<std::string> listed;
+    for (const Task& task : listedTasks()) {
+        listed.push_back(task.name);
+        EXPECT_FALSE(task.argument.empty()) << task.name;
+        EXPECT_TRUE(task.description.ends_with('.')) << task.name;
+    }
+    std::vector<std::string> known;
+    for (const std::string_view name : OrvaneTool::taskNames()) {
+        known.emplace_back(name);
+    }
+    EXPECT_EQ(listed, known);
+}
+
+TEST(DocumentationTest, TheReadmeHasEveryTaskWithItsDescription) {
+    const std::string readme = document("README.md");
+    for (const Task& task : listedTasks()) {
+        const std::string argument = task.argument == "-" ? "" : task.argument;
+        const std::string row = "| `" + task.name + "` | " + argument + " | " + task.description + " |\n";
+        EXPECT_NE(readme.find(row), std::string::npos) << row;
+    }
+}
+
+TEST(DocumentationTest, TheManualPageNamesEveryTask) {
+    const std::string page = document("Documentation/OrvaneTool.8");
+    for (const Task& task : listedTasks()) {
+        EXPECT_NE(page.find(task.name), std::string::npos) << task.name;
+    }
+}
+
+TEST(DocumentationTest, TheReadmesExampleIsTheOneThatIsBuilt) {
+    EXPECT_NE(document("README.md").find("```cpp\n" + document("Tests/Examples/ReadyExample.cpp") + "```\n"),
+              std::string::npos);
+}
+
+} // namespace
+} // namespace orvane
