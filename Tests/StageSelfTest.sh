@@ -106,6 +106,13 @@ test_leaving() {
     finish
     equal 'an interrupt of the whole group, as from a terminal, ends with 130' 130 "$status"
     nothing_left 'an interrupt of the whole group leaves nothing' "$namespace"
+    for signal in INT TERM; do
+        begin --changes "$work/changes"
+        kill -s "$signal" -- "-$started"
+        finish
+        equal "after SIG$signal it is still known what changed: nothing" '0' "$(wc -c <"$work/changes")"
+        rm -f "$work/changes"
+    done
     for victim in script starter 'process 1'; do
         number=137
         begin
@@ -272,7 +279,19 @@ test_keeping() {
 # --- the other modes --------------------------------------------------------------
 
 test_chroot() {
-    local status janitor line
+    local status janitor line contained
+    contained=(setpriv --bounding-set '-all,+chown,+dac_override,+fowner,+fsetid,+kill,+setgid,+setuid,+setpcap,+sys_chroot,+mknod')
+    if [[ $("${contained[@]}" "$stage" status) == *'mode: chroot'* ]]; then
+        "${contained[@]}" "$stage" exec --need suid --as ann -- /bin/bash -c 'exit 6'
+        equal 'chroot: it is chosen where root may not mount' 6 $?
+        "${contained[@]:0:2}" "${contained[2]%,+mknod}" "$stage" exec -- /usr/bin/true 2>"$work/errors"
+        equal 'chroot: without device nodes it is refused' 77 $?
+        contains 'chroot: and that is said' 'device nodes' "$(cat "$work/errors")"
+        is_clean_of_chroots
+        equal 'chroot: a refusal leaves nothing' 0 $?
+    else
+        skip 'chroot: it is chosen where root may not mount' 'this root has user namespaces with subordinate ids'
+    fi
     equal 'chroot: the capabilities are honest' 'mount=no volumes=no suid=yes users=yes proc=no pidns=no' \
         "$(on_stage --mode chroot -- /bin/cat /stage/capabilities | cut -d ' ' -f 1 | tr '\n' ' ' | sed 's/ $//')"
     on_stage --mode chroot -- /bin/bash -c 'exit 5'
@@ -485,7 +504,11 @@ TEXT
     done
     check 'mDNSResponder notes the flush' 0 'cache flushed' tail -n 1 /var/log/system.log
     check 'mDNSResponder goes on' 0 '' kill -0 "$(cat /var/run/mDNSResponder.pid)"
-    check 'killall ends a program by name' 0 '' bash -c 'sleep 77 & killall sleep; wait $!; [[ $? == 143 ]]'
+    check 'mDNSResponder does not spin when its sleep is killed' 0 '' bash -c '
+        killall sleep; sleep 0.5; ticks() { cut -d " " -f 14 "/proc/$(cat /var/run/mDNSResponder.pid)/stat"; }
+        before=$(ticks); sleep 0.5; (( $(ticks) - before < 20 ))'
+    check 'killall ends a program by name' 0 '' bash -c '
+        sleep 77 & until [[ $(cat "/proc/$!/comm") == sleep ]]; do :; done; killall sleep; wait $!; [[ $? == 143 ]]'
 
     check 'sudo as root' 0 'uid=0' sudo -- id
     check 'sudo resets the environment' 0 '' silent bash -c 'EVIL=1 sudo env | grep EVIL'

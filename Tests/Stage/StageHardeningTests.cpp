@@ -191,10 +191,8 @@ TEST_F(StageHardeningTest, IgnoredAndBlockedSignalsAreDefaultAgain) {
     };
     const Recorded seen = recordedRun(start);
     // system() itself ignores SIGINT and SIGQUIT in the tool, not in the shell.
-    // Signals 32 and 33 are the C library's: nobody's signal() reaches them, and its system() leaves them ignored.
-    constexpr unsigned long long kReserved = 3ULL << 31U;
-    EXPECT_EQ(std::stoull(seen.ignoredSignals, nullptr, 16) & ~kReserved, 0U) << seen.ignoredSignals;
-    EXPECT_EQ(seen.blockedSignals, "0000000000000000");
+    EXPECT_EQ(seen.ignoredSignals, (std::vector<int>{}));
+    EXPECT_EQ(seen.blockedSignals, (std::vector<int>{}));
 }
 
 TEST_F(StageHardeningTest, PendingSignalsOfTheCallerDoNotEndTheTask) {
@@ -229,7 +227,7 @@ TEST_F(StageHardeningTest, TimersOfTheCallerAreCancelled) {
 }
 
 TEST_F(StageHardeningTest, SoftLimitsAreRaisedToTheHardOnesAndCoresAreOff) {
-    constexpr rlim_t kHardSize = 1 << 30;
+    constexpr rlim_t kHardSize = 1 << 25;
     Start start;
     start.asRoot = [] {
         const rlimit files = {4096, 4096};
@@ -306,8 +304,7 @@ TEST_F(StageHardeningTest, RootsOwnSettingsAreLeftAlone) {
     const Recorded seen = recordedRun(start);
     EXPECT_EQ(seen.environment, *start.environment);
     EXPECT_EQ(seen.descriptors.count(17), 1U);
-    const unsigned long long ignored = std::stoull(seen.ignoredSignals, nullptr, 16);
-    EXPECT_NE(ignored & (1ULL << (SIGUSR1 - 1)), 0U) << seen.ignoredSignals;
+    EXPECT_EQ(seen.ignoredSignals, (std::vector<int>{SIGUSR1}));
     EXPECT_EQ(seen.mask, 077U);
     EXPECT_EQ(seen.folder, "/private/var/root/work");
     EXPECT_EQ(seen.limits.at(RLIMIT_NOFILE).rlim_cur, 100U);

@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <dirent.h>
 #include <fcntl.h>
 #include <fstream>
 #include <glob.h>
@@ -24,6 +23,8 @@ namespace {
 
 constexpr const char* kMarker = "/.orvane-stage";
 constexpr const char* kRecord = "/stage/record";
+
+std::string program; ///< this one, as the stage started it
 
 constexpr std::array<int, 8> kResources = {RLIMIT_CORE, RLIMIT_FSIZE, RLIMIT_CPU,    RLIMIT_DATA,
                                            RLIMIT_AS,   RLIMIT_NPROC, RLIMIT_NOFILE, RLIMIT_STACK};
@@ -66,43 +67,45 @@ std::vector<char*> pointers(const Strings& strings) {
     ::_exit(errno == EACCES ? 126 : 127);
 }
 
-void record() {
-    std::ofstream out(kRecord, std::ios::app);
-    std::istringstream words(read("/proc/self/cmdline"));
-    for (std::string word; std::getline(words, word, '\0');) {
-        out << "word" << '\0' << word << '\0';
+/// Without /proc, which not every stage has.
+void record(int argc, char* argv[]) {
+    std::ostringstream out;
+    for (int index = 0; index < argc; ++index) {
+        out << "word" << '\0' << argv[index] << '\0';
     }
     for (char** entry = environ; *entry != nullptr; ++entry) {
         out << "environment" << '\0' << *entry << '\0';
     }
-    DIR* const folder = ::opendir("/proc/self/fd");
-    std::map<int, std::string> descriptors;
-    while (const dirent* const entry = ::readdir(folder)) {
-        std::array<char, 4096> target = {};
-        const std::string link = std::string("/proc/self/fd/") + entry->d_name;
-        const int number = std::atoi(entry->d_name);
-        if (::readlink(link.c_str(), target.data(), target.size() - 1) > 0 && number != ::dirfd(folder) &&
-            std::strcmp(target.data(), kRecord) != 0) {
-            descriptors[number] = target.data();
+    struct stat null = {};
+    ::stat("/dev/null", &null);
+    for (int number = 0; number < 4096; ++number) {
+        struct stat open = {};
+        if (::fstat(number, &open) == 0) {
+            const bool isNull = S_ISCHR(open.st_mode) && open.st_rdev == null.st_rdev;
+            out << "descriptor" << '\0' << number << ' ' << (isNull ? "/dev/null" : "another file") << '\0';
         }
-    }
-    ::closedir(folder);
-    for (const auto& [number, target] : descriptors) {
-        out << "descriptor" << '\0' << number << ' ' << target << '\0';
     }
     for (const int resource : kResources) {
         rlimit limit = {};
         ::getrlimit(static_cast<__rlimit_resource>(resource), &limit);
         out << "limit" << '\0' << resource << ' ' << limit.rlim_cur << ' ' << limit.rlim_max << '\0';
     }
-    std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);) {
-        for (const char* name : {"SigBlk:\t", "SigIgn:\t", "Uid:\t"}) {
-            if (line.starts_with(name)) {
-                out << std::string(name, std::strlen(name) - 2) << '\0' << line.substr(std::strlen(name)) << '\0';
-            }
+    sigset_t blocked;
+    ::sigprocmask(SIG_BLOCK, nullptr, &blocked);
+    for (int number = 1; number < NSIG; ++number) {
+        struct sigaction action = {};
+        if (::sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_IGN) {
+            out << "ignored" << '\0' << number << '\0';
+        }
+        if (::sigismember(&blocked, number) == 1) {
+            out << "blocked" << '\0' << number << '\0';
         }
     }
+    uid_t real = 0;
+    uid_t effective = 0;
+    uid_t saved = 0;
+    ::getresuid(&real, &effective, &saved);
+    out << "users" << '\0' << real << ' ' << effective << ' ' << saved << '\0';
     for (const auto timer : {ITIMER_REAL, ITIMER_VIRTUAL, ITIMER_PROF}) {
         itimerval value = {};
         ::getitimer(timer, &value);
@@ -114,6 +117,7 @@ void record() {
     std::array<char, 4096> folderName = {};
     out << "mask" << '\0' << mask << '\0' << "folder" << '\0' << ::getcwd(folderName.data(), folderName.size()) << '\0';
     out << "end" << '\0' << '\0';
+    std::ofstream(kRecord, std::ios::app | std::ios::binary) << out.str();
 }
 
 } // namespace
@@ -274,10 +278,8 @@ Strings lines(const std::string& text) {
 }
 
 void recordShell() {
-    std::array<char, 4096> self = {};
-    ASSERT_GT(::readlink("/proc/self/exe", self.data(), self.size() - 1), 0);
     ASSERT_EQ(::unlink("/bin/sh"), 0);
-    ASSERT_EQ(::symlink(self.data(), "/bin/sh"), 0);
+    ASSERT_EQ(::symlink(program.c_str(), "/bin/sh"), 0);
 }
 
 std::vector<Recorded> recorded() {
@@ -301,11 +303,11 @@ std::vector<Recorded> recorded() {
             rlimit limit = {};
             fields >> resource >> limit.rlim_cur >> limit.rlim_max;
             one.limits[resource] = limit;
-        } else if (key == "SigBlk") {
-            one.blockedSignals = value;
-        } else if (key == "SigIgn") {
-            one.ignoredSignals = value;
-        } else if (key == "Uid") {
+        } else if (key == "blocked") {
+            one.blockedSignals.push_back(std::stoi(value));
+        } else if (key == "ignored") {
+            one.ignoredSignals.push_back(std::stoi(value));
+        } else if (key == "users") {
             for (std::string number; fields >> number;) {
                 one.userIDs.push_back(number);
             }
@@ -350,9 +352,10 @@ int main(int argc, char* argv[]) {
     }
     const std::string name = argc > 0 ? argv[0] : "";
     if (name == "sh" || name == "/bin/sh") { // in the shell's place, see recordShell
-        record();
+        record(argc, argv);
         return 0;
     }
+    program = name;
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

@@ -71,18 +71,17 @@ void recordShell();
 struct Recorded {
     Strings words;                          ///< its argument vector
     Strings environment;                    ///< in the order it came
-    std::map<int, std::string> descriptors; ///< open ones, with what they are open on
+    std::map<int, std::string> descriptors; ///< open ones: "/dev/null" or "another file"
     std::map<int, rlimit> limits;           ///< by resource
-    std::string blockedSignals;             ///< hexadecimal sets, as the kernel tells them
-    std::string ignoredSignals;
+    std::vector<int> blockedSignals;
+    std::vector<int> ignoredSignals;
     bool hasTimers = false;
     mode_t mask = 0;
     std::string folder;
-    Strings userIDs; ///< real, effective, saved, file system
+    Strings userIDs; ///< real, effective, saved
 };
 std::vector<Recorded> recorded();
 
-/// What the task lines print around their own output.
 /// Takes the first date line, the empty line and the last date line off; fails the test when they are not
 /// there.
 std::string withoutFrame(const std::string& output);
