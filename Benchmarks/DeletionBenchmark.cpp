@@ -24,7 +24,7 @@
 
 namespace {
 
-constexpr int kDeletionRounds = 5;
+constexpr int kDeletionRounds = 3;
 constexpr int kDeletedFiles = 20000;
 constexpr double kDeletionBound = 1.03;
 constexpr double kMemoryBoundPerByte = 2.5;
