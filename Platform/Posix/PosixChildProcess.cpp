@@ -1,5 +1,6 @@
 #include "Platform/Posix/PosixChildProcess.h"
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <pthread.h>
@@ -73,14 +74,54 @@ pid_t forkChild(SystemCalls& calls, Start& start) {
     return child;
 }
 
-pid_t forkChildSharingMemory(SystemCalls& calls, Start& start) {
-    void* const stack = ::mmap(nullptr, kStackSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANON | MAP_STACK, -1, 0);
-    if (stack == MAP_FAILED) {
-        return forkChild(calls, start);
+/// A stack for one child until it has left it: the one kept for that, or while that is in use, a new one.
+class ChildStack {
+  public:
+    ChildStack() : isKept_(!keptInUse.test_and_set(std::memory_order_acquire)) {
+        if (isKept_) {
+            address_ = kept;
+            return;
+        }
+        void* const mapped =
+            ::mmap(nullptr, kStackSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANON | MAP_STACK, -1, 0);
+        address_ = mapped == MAP_FAILED ? nullptr : mapped;
     }
-    pid_t child = calls.vfork(runChild, &start, stack, kStackSize);
-    int error = errno;
-    ::munmap(stack, kStackSize);
+    ChildStack(const ChildStack&) = delete;
+    ChildStack& operator=(const ChildStack&) = delete;
+    ~ChildStack() {
+        if (isKept_) {
+            keptInUse.clear(std::memory_order_release);
+        } else if (address_ != nullptr) {
+            ::munmap(address_, kStackSize);
+        }
+    }
+
+    /// Null when there is no memory.
+    [[nodiscard]] void* address() const { return address_; }
+
+  private:
+    alignas(64) static std::byte kept[kStackSize];
+    static std::atomic_flag keptInUse;
+
+    bool isKept_;
+    void* address_ = nullptr;
+};
+
+alignas(64) constinit std::byte ChildStack::kept[kStackSize] = {};
+constinit std::atomic_flag ChildStack::keptInUse;
+
+pid_t forkChildSharingMemory(SystemCalls& calls, Start& start) {
+    pid_t child = -1;
+    int error = 0;
+    {
+        const ChildStack stack;
+        if (stack.address() == nullptr) {
+            return forkChild(calls, start);
+        }
+        // NOLINTNEXTLINE(clang-analyzer-security.insecureAPI.vfork): not that one
+        child = calls.vfork(runChild, &start, stack.address(), kStackSize);
+        error = errno;
+    }
     // Refused by a filter or an emulator, not for want of processes or memory.
     if (child < 0 && (error == ENOSYS || error == EINVAL || error == EPERM)) {
         child = forkChild(calls, start);

@@ -79,7 +79,7 @@ pid_t PosixSystemCalls::vfork(int (*child)(void*), void* context, void* stack, s
 }
 
 int PosixSystemCalls::sigprocmask(int how, const sigset_t* signals, sigset_t* previous) {
-    return ::sigprocmask(how, signals, previous);
+    return ::sigprocmask(how, signals, previous); // NOLINT(concurrency-mt-unsafe): for a child, which has one thread
 }
 
 pid_t PosixSystemCalls::setsid() {
