@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdio>
 #include <iterator>
+#include <memory>
 #include <optional>
 
 namespace orvane {
@@ -21,10 +23,12 @@ struct TaskTable {
     /// One dispatch on its way through the rows.
     struct Dispatch {
         OrvaneTool& tool;
+        OVTaskRunner& runner;
         std::string_view taskName;
         std::string firstArgument;
         std::int32_t status = kNoTaskMatched;
         std::optional<std::string> pendingLine; ///< a maintenance line that a row has left for the runPending row
+        std::vector<std::string> trashGlobs;
     };
 
     enum class Test { equal, prefix, always };
@@ -59,7 +63,48 @@ struct TaskTable {
         dispatch.status = dispatch.tool.killProcessGroup(dispatch.taskName);
     }
 
+    static void repairPermissions(Dispatch& dispatch, const char* /*text*/) {
+        dispatch.status = dispatch.runner.repairDiskPermissions();
+    }
+
+    static void forceDelete(Dispatch& dispatch, const char* glob) {
+        dispatch.status = dispatch.runner.forceDeleteItemsAtGlobs({glob});
+    }
+
+    static void repairPreferences(Dispatch& dispatch, const char* /*text*/) {
+        std::vector<std::string> folders = dispatch.runner.pathsByExpandingGlobs({"/Users/*/Library"});
+        folders.emplace_back("/Library");
+        dispatch.status = dispatch.runner.removeCorruptPreferencesInPaths(folders);
+    }
+
+    static void repairVolume(Dispatch& dispatch, const char* /*text*/) {
+        dispatch.status = dispatch.runner.repairVolume(dispatch.firstArgument);
+    }
+
+    static void ejectVolume(Dispatch& dispatch, const char* /*text*/) {
+        dispatch.status = dispatch.runner.ejectVolume(dispatch.firstArgument);
+    }
+
+    /// The runner only makes the line: it runs between date lines, like the tool's own.
+    static void secureEraseFreeSpace(Dispatch& dispatch, const char* /*text*/) {
+        dispatch.status = dispatch.tool.runCommand(dispatch.runner.secureEraseFreeSpaceCommand(dispatch.firstArgument));
+    }
+
+    static void makeTrashGlobs(Dispatch& dispatch, const char* /*text*/) {
+        dispatch.trashGlobs = {"/Volumes/*/.Trash/*", "/Volumes/*/.Trashes/*/*", "/Users/*/.Trash/*"};
+    }
+
+    static void emptyTrash(Dispatch& dispatch, const char* /*text*/) {
+        dispatch.status = dispatch.runner.forceDeleteItemsAtGlobs(dispatch.trashGlobs);
+    }
+
+    static void secureEmptyTrash(Dispatch& dispatch, const char* /*text*/) {
+        dispatch.status =
+            dispatch.runner.secureDeleteItemsAtPaths(dispatch.runner.pathsByExpandingGlobs(dispatch.trashGlobs));
+    }
+
     static constexpr Row kRows[] = {
+        {Test::equal, "repairPermissions", repairPermissions, nullptr},
         {Test::equal, "crondailyleo", maintenance, "daily"},
         {Test::equal, "cronweeklyleo", maintenance, "weekly"},
         {Test::equal, "cronmonthlyleo", maintenance, "monthly"},
@@ -71,9 +116,13 @@ struct TaskTable {
          "rm -fvR /Library/Caches/*; "
          "mv /tmp/*pictureCache.tiff /Library/Caches/; "
          "mv /tmp/com.apple.ATS /Library/Caches/"},
+        {Test::equal, "cauc", forceDelete, "/Users/*/Library/Caches/*"},
         {Test::equal, "vpf", shellLine,
          "/usr/bin/plutil /Library/Preferences/*.plist; "
          "/usr/bin/plutil ~/Library/Preferences/*.plist"},
+        {Test::equal, "rpf", repairPreferences, nullptr},
+        {Test::equal, "repairVolume", repairVolume, nullptr},
+        {Test::equal, "ejectVolume", ejectVolume, nullptr},
         {Test::equal, "rebuildSpotlightIndex", shellLine,
          "sleep 5; /usr/bin/mdutil -E /; echo; echo Spotlight index has been deleted.; echo; "
          "echo In a few moments, the Spotlight menu item, located at the top right hand corner of your "
@@ -93,7 +142,11 @@ struct TaskTable {
          "echo Starting update...; cd /; sudo /usr/libexec/locate.updatedb; echo; echo Ending update..."},
         {Test::equal, "removeTemporary", shellLine, "rm -fv -R /var/tmp/*"},
         {Test::equal, "cleanFontCaches", shellLine, "echo Clearing font cache...; atsutil databases -remove; sleep 5"},
+        {Test::equal, "secureEraseFreeSpace", secureEraseFreeSpace, nullptr},
         {Test::prefix, "killProcess", killProcess, nullptr},
+        {Test::always, "", makeTrashGlobs, nullptr},
+        {Test::equal, "feat", emptyTrash, nullptr},
+        {Test::equal, "secureEmptyTrash", secureEmptyTrash, nullptr},
     };
 
     static bool matches(const Row& row, std::string_view taskName) {
@@ -110,11 +163,16 @@ struct TaskTable {
 };
 
 std::int32_t OrvaneTool::runTask(std::string_view taskName, const std::vector<std::string>& arguments) {
+    OVTaskRunner runner(services_);
+    // The runner never releases its delegate, and this one is not the runner's to keep.
+    runner.setDelegate(std::shared_ptr<OVTaskDelegate>(std::shared_ptr<void>(), this));
     TaskTable::Dispatch dispatch{
         .tool = *this,
+        .runner = runner,
         .taskName = taskName,
         .firstArgument = arguments.empty() ? std::string() : arguments.front(),
         .pendingLine = std::nullopt,
+        .trashGlobs = {},
     };
     for (const TaskTable::Row& row : TaskTable::kRows) {
         if (TaskTable::matches(row, taskName)) {
@@ -164,6 +222,33 @@ std::string OrvaneTool::maintenanceCommandForPeriod(std::string_view period) {
     return "line_count=0; if [ -a " + log + " ]; then line_count=`wc -l " + log +
            " | awk '{ print $1 }'`; fi; line_count=`expr $line_count + 1`; periodic " + name +
            "; sed -n -e ${line_count},\\$p " + log;
+}
+
+void OrvaneTool::taskWillBegin(OVTask* /*task*/) {}
+
+void OrvaneTool::task(OVTask* /*task*/, std::int32_t /*completedWithStatus*/) {}
+
+void OrvaneTool::hasOutputAvailable(std::optional<std::string_view> output) {
+    if (output) {
+        std::printf("%.*s", static_cast<int>(output->size()), output->data());
+    }
+}
+
+bool OrvaneTool::shouldCancel() {
+    return false;
+}
+
+std::optional<std::string> OrvaneTool::archiveDesktopPath() {
+    return std::nullopt;
+}
+
+std::uint64_t OrvaneTool::largeFilesSize() {
+    return 0;
+}
+
+std::optional<std::vector<std::string>> OrvaneTool::inputPathsWithDirectoriesOnly(bool /*directoriesOnly*/,
+                                                                                  bool /*allowsMultipleSelection*/) {
+    return std::nullopt;
 }
 
 } // namespace orvane

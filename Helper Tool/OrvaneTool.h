@@ -1,8 +1,11 @@
 #pragma once
 
 #include "Platform/SystemCalls.h"
+#include "Tasks/OVTaskDelegate.h"
+#include "Tasks/OVTaskRunner.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,10 +13,14 @@
 namespace orvane {
 
 /// The heart of the command-line tool: runs the one task that its name selects. It keeps nothing between
-/// calls.
-class OrvaneTool {
+/// calls. It is the owner of the task runner that it makes for each task: prints its output, never cancels,
+/// chooses nothing.
+class OrvaneTool : public OVTaskDelegate {
   public:
-    explicit OrvaneTool(SystemCalls& calls = SystemCalls::platform()) : calls_(calls) {}
+    explicit OrvaneTool(SystemCalls& calls = SystemCalls::platform())
+        : OrvaneTool(OVTaskRunnerServices{.calls = calls, .processInfo = ProcessInfo::privileged()}) {}
+    /// With what its task runners have from outside; everything must outlive the tool.
+    explicit OrvaneTool(const OVTaskRunnerServices& services) : services_(services), calls_(services.calls) {}
 
     /// `runTask:arguments:`: compares the name with the task table, every row in turn, and runs the row that
     /// matches with the first argument ("" when there is none; further ones are ignored).
@@ -38,11 +45,31 @@ class OrvaneTool {
     /// itself.
     static std::vector<std::string_view> taskNames();
 
+    // The tool's answers as the runner's owner.
+
+    /// `taskWillBegin:`: nothing.
+    void taskWillBegin(OVTask* task) override;
+    /// `task:completedWithStatus:`: nothing.
+    void task(OVTask* task, std::int32_t completedWithStatus) override;
+    /// `hasOutputAvailable:`: the chunk's bytes to standard output by `printf("%s")`, so up to a null
+    /// character; no newline, no flush; nothing for nil.
+    void hasOutputAvailable(std::optional<std::string_view> output) override;
+    /// `shouldCancel`: no.
+    bool shouldCancel() override;
+    /// `archiveDesktopPath`: nothing.
+    std::optional<std::string> archiveDesktopPath() override;
+    /// `largeFilesSize`: 0.
+    std::uint64_t largeFilesSize() override;
+    /// `inputPathsWithDirectoriesOnly:allowsMultipleSelection:`: nothing.
+    std::optional<std::vector<std::string>> inputPathsWithDirectoriesOnly(bool directoriesOnly,
+                                                                          bool allowsMultipleSelection) override;
+
   private:
     friend struct TaskTable;
 
     std::int32_t killProcessGroup(std::string_view taskName);
 
+    OVTaskRunnerServices services_;
     SystemCalls& calls_;
 };
 

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <csignal>
+#include <cstddef>
 #include <cstdint>
+#include <poll.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/types.h>
@@ -26,13 +29,43 @@ class SystemCalls {
     /// `stat`, following symbolic links.
     virtual int stat(const char* path, struct stat* status) = 0;
 
+    /// `pipe`, but neither end is kept by programs executed later, and neither takes a number from 0 to 2,
+    /// even where those are closed.
+    virtual int pipe(int* ends) = 0;
+    /// `fcntl` with its third argument as a number; 0 for commands without one.
+    virtual int fcntl(int descriptor, int command, int argument) = 0;
+    virtual int poll(pollfd* descriptors, nfds_t count, int milliseconds) = 0;
+    virtual ssize_t read(int descriptor, void* buffer, std::size_t size) = 0;
+    virtual ssize_t write(int descriptor, const void* buffer, std::size_t size) = 0;
+    virtual int dup2(int descriptor, int number) = 0;
+    virtual int close(int descriptor) = 0;
+
+    virtual pid_t fork() = 0;
+    /// `vfork`, but the child runs `child(context)` on a stack of its own, so that it may call functions: it
+    /// shares the caller's memory, and the calling thread stands still until it executes a program or ends.
+    /// -1 with `ENOSYS` where the system has no such thing.
+    virtual pid_t vfork(int (*child)(void*), void* context, void* stack, std::size_t stackSize) = 0;
+    virtual int sigprocmask(int how, const sigset_t* signals, sigset_t* previous) = 0;
+    virtual pid_t setsid() = 0;
+    virtual int execv(const char* path, char* const* arguments) = 0;
+    virtual pid_t waitpid(pid_t processID, int* status, int options) = 0;
+
+    virtual pid_t getpgrp() = 0;
     virtual pid_t getpgid(pid_t processID) = 0;
+    virtual int kill(pid_t processID, int signal) = 0;
     /// `killpg`, but only ever for one process group: C libraries turn group 1 into "every process" and some
     /// turn a negative group into a single process. These answer -1 with `EPERM` and `EINVAL`, and nothing is
     /// signalled.
     virtual int killpg(pid_t processGroup, int signal) = 0;
     /// `system`: runs the line with `/bin/sh -c`, waits, and returns the raw wait status or -1.
     virtual int system(const char* line) = 0;
+
+    // Files.
+    virtual int open(const char* path, int flags, mode_t mode) = 0;
+    virtual int fsync(int descriptor) = 0;
+    virtual int rename(const char* from, const char* to) = 0;
+    virtual int unlink(const char* path) = 0;
+    virtual int mkdir(const char* path, mode_t mode) = 0;
 
   protected:
     SystemCalls() = default;

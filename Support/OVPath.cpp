@@ -1,6 +1,48 @@
 #include "Support/OVPath.h"
 
+#include <cerrno>
+#include <cstddef>
+#include <pwd.h>
+#include <unistd.h>
+#include <vector>
+
 namespace orvane {
+
+namespace {
+
+/// Asks one of the reentrant look-ups (`getpwuid_r`, `getpwnam_r`), with more room as long as it wants more.
+template <typename LookUp> std::optional<std::string> homeDirectory(LookUp lookUp) {
+    constexpr std::size_t kMostRoom = std::size_t{1} << 24U;
+    std::vector<char> room(4096);
+    while (true) {
+        passwd account = {};
+        passwd* found = nullptr;
+        const int error = lookUp(&account, room.data(), room.size(), &found);
+        if (error == ERANGE && room.size() < kMostRoom) {
+            room.resize(room.size() * 2);
+        } else if (error != EINTR) {
+            return error == 0 && found != nullptr && account.pw_dir != nullptr
+                       ? std::optional<std::string>(account.pw_dir)
+                       : std::nullopt;
+        }
+    }
+}
+
+std::optional<std::string> homeDirectoryOfUserNamed(const std::string& name) {
+    return homeDirectory([&](passwd* account, char* room, std::size_t size, passwd** found) {
+        return ::getpwnam_r(name.c_str(), account, room, size, found);
+    });
+}
+
+void appendWithSingleSlashes(std::string& result, std::string_view text) {
+    for (const char c : text) {
+        if (c != '/' || result.empty() || result.back() != '/') {
+            result.push_back(c);
+        }
+    }
+}
+
+} // namespace
 
 std::string lastPathComponent(std::string_view path) {
     const std::size_t end = path.find_last_not_of('/');
@@ -10,6 +52,39 @@ std::string lastPathComponent(std::string_view path) {
     path = path.substr(0, end + 1);
     const std::size_t slash = path.rfind('/');
     return std::string(slash == std::string_view::npos ? path : path.substr(slash + 1));
+}
+
+std::string stringByAppendingPathComponent(std::string_view path, std::string_view component) {
+    std::string result;
+    result.reserve(path.size() + component.size() + 1);
+    appendWithSingleSlashes(result, path);
+    if (!result.empty() && !component.empty()) {
+        appendWithSingleSlashes(result, "/");
+    }
+    appendWithSingleSlashes(result, component);
+    if (result.size() > 1 && result.back() == '/') {
+        result.pop_back();
+    }
+    return result;
+}
+
+std::string stringByExpandingTildeInPath(std::string_view path) {
+    if (!path.starts_with('~')) {
+        return std::string(path);
+    }
+    const std::size_t slash = path.find('/');
+    const std::string_view name = path.substr(1, slash == std::string_view::npos ? slash : slash - 1);
+    const auto home = name.empty() ? homeDirectoryOfUser(::getuid()) : homeDirectoryOfUserNamed(std::string(name));
+    if (!home) {
+        return std::string(path);
+    }
+    return stringByAppendingPathComponent(*home, path.substr(name.size() + 1));
+}
+
+std::optional<std::string> homeDirectoryOfUser(uid_t userID) {
+    return homeDirectory([=](passwd* account, char* room, std::size_t size, passwd** found) {
+        return ::getpwuid_r(userID, account, room, size, found);
+    });
 }
 
 } // namespace orvane

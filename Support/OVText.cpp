@@ -1,6 +1,7 @@
 #include "Support/OVText.h"
 
-#include <cstring>
+#include "Platform/UTF8Blocks.h"
+
 #include <limits>
 
 namespace orvane {
@@ -57,19 +58,20 @@ bool isWhiteSpace(char32_t c) {
 } // namespace
 
 bool isValidUTF8(std::string_view bytes) {
-    constexpr std::uint64_t kHighBits = 0x8080808080808080U;
+    std::size_t done = checkUTF8Blocks(bytes);
+    if (done == std::string_view::npos) {
+        return false;
+    }
+    // The blocks may end inside a character: the rest begins with that character's first byte.
+    for (std::size_t back = 1; back <= 3 && back <= done; ++back) {
+        const auto byte = static_cast<unsigned char>(bytes[done - back]);
+        if (byte >= 0xC0) {
+            done -= back;
+            break;
+        }
+    }
+    bytes.remove_prefix(done);
     while (!bytes.empty()) {
-        while (bytes.size() >= sizeof(std::uint64_t)) {
-            std::uint64_t word = 0;
-            std::memcpy(&word, bytes.data(), sizeof word);
-            if ((word & kHighBits) != 0) {
-                break;
-            }
-            bytes.remove_prefix(sizeof word);
-        }
-        if (bytes.empty()) {
-            return true;
-        }
         const CodePoint next = decode(bytes);
         if (next.length == 0) {
             return false;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/ChildProcess.h"
 #include "Platform/SystemCalls.h"
 
 #include <cstdint>
@@ -13,7 +14,8 @@ namespace orvane {
 /// The machine word: 32 bits on a 32-bit build, 64 on a 64-bit one.
 using NSInteger = std::intptr_t;
 
-/// What a run returns, with the child's own exit code (1 to 255) as the only other kind of result.
+/// What a run returns. Any other result is the child's own exit code (1 to 255), or -1 when the child could
+/// not be started or its end could not be learnt.
 extern const NSInteger OVShellCommandSuccess;      ///< 0: the child exited normally with exit code 0
 extern const NSInteger OVShellCommandCancelled;    ///< -9998: cancelled before the start, or the child died of a signal
 extern const NSInteger OVShellCommandCancelFailed; ///< -9999: a cancel was asked, but the signal could not be sent
@@ -38,8 +40,9 @@ class OVShellCommandDelegate {
 /// to a delegate. One object serves one run.
 class OVShellCommand {
   public:
-    /// `init`. The system calls must outlive the object.
-    explicit OVShellCommand(SystemCalls& calls = SystemCalls::platform());
+    /// `init`. The system calls and the way of starting must outlive the object.
+    explicit OVShellCommand(SystemCalls& calls = SystemCalls::platform(),
+                            ChildProcess& child = ChildProcess::platform());
 
     /// `processID`: the child of the current or last run; 0 before a run has forked, -1 when the start
     /// failed.
@@ -47,7 +50,8 @@ class OVShellCommand {
 
     /// `runCommandAtPath:arguments:delegate:`: runs the program at the absolute path with the arguments
     /// (without its name) and blocks until it has ended, or until a cancel could not be sent. A null delegate
-    /// drops the output and never cancels. Returns an exit code or one of the constants above.
+    /// drops the output and never cancels. Returns an exit code, one of the constants above or -1. A read
+    /// error is logged and tried again half a second later.
     NSInteger runCommandAtPath(const std::string& path, const std::vector<std::string>& arguments,
                                OVShellCommandDelegate* delegate);
 
@@ -59,6 +63,7 @@ class OVShellCommand {
 
   private:
     SystemCalls& calls_;
+    ChildProcess& child_;
     std::int32_t processID_ = 0;
 };
 

@@ -99,12 +99,17 @@ INSTANTIATE_TEST_SUITE_P(Rows, ShellLineTest, ::testing::ValuesIn(namesOfLines()
 
 TEST_F(OrvaneToolTest, TheTableHasItsRowsInOrder) {
     const std::vector<std::string_view> expected = {
+        "repairPermissions",
         "crondailyleo",
         "cronweeklyleo",
         "cronmonthlyleo",
         "cronallleo",
         "csc",
+        "cauc",
         "vpf",
+        "rpf",
+        "repairVolume",
+        "ejectVolume",
         "rebuildSpotlightIndex",
         "cleanArchivedLogs",
         "cleanAllLogs",
@@ -113,7 +118,10 @@ TEST_F(OrvaneToolTest, TheTableHasItsRowsInOrder) {
         "locateDatabase",
         "removeTemporary",
         "cleanFontCaches",
+        "secureEraseFreeSpace",
         "killProcess",
+        "feat",
+        "secureEmptyTrash",
     };
     EXPECT_EQ(OrvaneTool::taskNames(), expected);
 }

@@ -161,6 +161,7 @@ class FakeVolumes final : public Volumes {
         asked = path;
         return flags;
     }
+    std::optional<std::vector<MountedFileSystem>> mountedFileSystems() override { return std::nullopt; }
 };
 
 TEST(SUIDRootVolumeTest, AVolumeIgnoresSetUIDWhenItsMountFlagsSaySo) {

@@ -67,6 +67,10 @@ namespace std {
     abort();
 }
 
+[[noreturn]] void __throw_system_error(int /*error*/) {
+    abort();
+}
+
 [[noreturn]] void __throw_out_of_range_fmt(const char* /*what*/, ...) {
     abort();
 }

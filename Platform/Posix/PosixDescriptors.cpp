@@ -1,5 +1,6 @@
 #include "Platform/Posix/PosixDescriptors.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <dirent.h>
 #include <sys/resource.h>
@@ -40,6 +41,29 @@ bool closeDescriptorsUpToLimit(int first) {
         ::close(static_cast<int>(number));
     }
     return true;
+}
+
+int openPipe(int* ends) {
+    if (openCloseOnExecPipe(ends) != 0) {
+        return -1;
+    }
+    // In a host that closed some of 0 to 2, an end there would pass for its standard streams.
+    for (int index = 0; index < 2; ++index) {
+        if (ends[index] > STDERR_FILENO) {
+            continue;
+        }
+        const int moved = duplicateCloseOnExec(ends[index], STDERR_FILENO + 1);
+        if (moved < 0) {
+            const int error = errno;
+            ::close(ends[0]);
+            ::close(ends[1]);
+            errno = error;
+            return -1;
+        }
+        ::close(ends[index]);
+        ends[index] = moved;
+    }
+    return 0;
 }
 
 } // namespace orvane

@@ -11,4 +11,14 @@ bool closeListedDescriptors(const char* folder, int first);
 /// count to.
 bool closeDescriptorsUpToLimit(int first);
 
+/// `pipe`, with both ends close-on-exec and above the three standard numbers. -1 with `errno` set, and
+/// nothing left open, when either cannot be had.
+int openPipe(int* ends);
+
+/// `pipe` with both ends close-on-exec, in one step where the system can do that.
+int openCloseOnExecPipe(int* ends);
+
+/// A close-on-exec duplicate with the number `lowest` or more, in one step where the system can do that.
+int duplicateCloseOnExec(int descriptor, int lowest);
+
 } // namespace orvane

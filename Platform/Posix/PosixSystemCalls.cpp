@@ -1,8 +1,15 @@
 #include "Platform/Posix/PosixSystemCalls.h"
 
+#include "Platform/Posix/PosixChildProcess.h"
+#include "Platform/Posix/PosixDescriptors.h"
+
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace orvane {
@@ -35,8 +42,68 @@ int PosixSystemCalls::stat(const char* path, struct stat* status) {
     return ::stat(path, status);
 }
 
+int PosixSystemCalls::pipe(int* ends) {
+    return openPipe(ends);
+}
+
+int PosixSystemCalls::fcntl(int descriptor, int command, int argument) {
+    return ::fcntl(descriptor, command, argument);
+}
+
+int PosixSystemCalls::poll(pollfd* descriptors, nfds_t count, int milliseconds) {
+    return ::poll(descriptors, count, milliseconds);
+}
+
+ssize_t PosixSystemCalls::read(int descriptor, void* buffer, std::size_t size) {
+    return ::read(descriptor, buffer, size);
+}
+
+ssize_t PosixSystemCalls::write(int descriptor, const void* buffer, std::size_t size) {
+    return ::write(descriptor, buffer, size);
+}
+
+int PosixSystemCalls::dup2(int descriptor, int number) {
+    return ::dup2(descriptor, number);
+}
+
+int PosixSystemCalls::close(int descriptor) {
+    return ::close(descriptor);
+}
+
+pid_t PosixSystemCalls::fork() {
+    return ::fork();
+}
+
+pid_t PosixSystemCalls::vfork(int (*child)(void*), void* context, void* stack, std::size_t stackSize) {
+    return forkSharingMemory(child, context, stack, stackSize);
+}
+
+int PosixSystemCalls::sigprocmask(int how, const sigset_t* signals, sigset_t* previous) {
+    return ::sigprocmask(how, signals, previous); // NOLINT(concurrency-mt-unsafe): for a child, which has one thread
+}
+
+pid_t PosixSystemCalls::setsid() {
+    return ::setsid();
+}
+
+int PosixSystemCalls::execv(const char* path, char* const* arguments) {
+    return ::execv(path, arguments);
+}
+
+pid_t PosixSystemCalls::waitpid(pid_t processID, int* status, int options) {
+    return ::waitpid(processID, status, options);
+}
+
+pid_t PosixSystemCalls::getpgrp() {
+    return ::getpgrp();
+}
+
 pid_t PosixSystemCalls::getpgid(pid_t processID) {
     return ::getpgid(processID);
+}
+
+int PosixSystemCalls::kill(pid_t processID, int signal) {
+    return ::kill(processID, signal);
 }
 
 int PosixSystemCalls::killpg(pid_t processGroup, int signal) {
@@ -50,6 +117,26 @@ int PosixSystemCalls::killpg(pid_t processGroup, int signal) {
 
 int PosixSystemCalls::system(const char* line) {
     return std::system(line); // NOLINT(concurrency-mt-unsafe): the callers are single-threaded
+}
+
+int PosixSystemCalls::open(const char* path, int flags, mode_t mode) {
+    return ::open(path, flags, mode);
+}
+
+int PosixSystemCalls::fsync(int descriptor) {
+    return ::fsync(descriptor);
+}
+
+int PosixSystemCalls::rename(const char* from, const char* to) {
+    return std::rename(from, to);
+}
+
+int PosixSystemCalls::unlink(const char* path) {
+    return ::unlink(path);
+}
+
+int PosixSystemCalls::mkdir(const char* path, mode_t mode) {
+    return ::mkdir(path, mode);
 }
 
 SystemCalls& SystemCalls::platform() {

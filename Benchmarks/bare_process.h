@@ -1,0 +1,17 @@
+#pragma once
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* The least that a C program does to have a child's output, or its end: what the runner is measured against. */
+
+/* Runs the program with its standard output in a pipe and counts the bytes, by blocking reads of 2048. */
+long long bare_stream(const char* path, char* const* arguments);
+
+/* Runs the program in a session of its own and returns its exit code. */
+int bare_start(const char* path, char* const* arguments);
+
+#ifdef __cplusplus
+}
+#endif

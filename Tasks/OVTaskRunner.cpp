@@ -1,0 +1,135 @@
+#include "Tasks/OVTaskRunner.h"
+
+#include "Helpers/NSFileManager+Globbing.h"
+#include "Helpers/NSFileManager+TemporaryDirectory.h"
+#include "Support/OVFile.h"
+#include "Support/OVLog.h"
+#include "Support/OVPath.h"
+
+#include <cerrno>
+#include <iterator>
+#include <utility>
+
+namespace orvane {
+
+namespace {
+
+constexpr std::int32_t kSuccess = 0;
+constexpr std::int32_t kFailure = 1;
+constexpr std::int32_t kCancelled = 2;
+
+/// The list names files in folders that only their user may read.
+constexpr mode_t kListFileMode = 0600;
+
+std::int32_t writePaths(const std::vector<std::string>& paths, const std::string& listFile, SystemCalls& calls) {
+    OVAtomicFile file(listFile, kListFileMode, calls);
+    std::string_view separator;
+    for (const std::string& path : paths) {
+        file.append(separator);
+        file.append(path);
+        separator = "\n";
+    }
+    return file.commit();
+}
+
+} // namespace
+
+OVTaskRunner::OVTaskRunner(const OVTaskRunnerServices& services) : services_(services) {}
+
+OVTaskRunner::~OVTaskRunner() = default; // releases neither property, see Unreleased
+
+std::shared_ptr<OVPasteboardServer> OVTaskRunner::pasteboardServer() const {
+    const std::lock_guard lock(properties_);
+    return pasteboardServer_.value;
+}
+
+void OVTaskRunner::setPasteboardServer(std::shared_ptr<OVPasteboardServer> server) {
+    // The old value goes with the parameter, outside the lock: its destructor may come back here.
+    const std::lock_guard lock(properties_);
+    pasteboardServer_.value.swap(server);
+}
+
+std::shared_ptr<OVTaskDelegate> OVTaskRunner::delegate() const {
+    const std::lock_guard lock(properties_);
+    return delegate_.value;
+}
+
+void OVTaskRunner::setDelegate(std::shared_ptr<OVTaskDelegate> delegate) {
+    const std::lock_guard lock(properties_);
+    delegate_.value.swap(delegate);
+}
+
+std::int32_t OVTaskRunner::runCommand(const std::string& path, const std::vector<std::string>& arguments) {
+    const CommandRunner::Outcome outcome = services_.commands.runCommandAtPath(path, arguments, this);
+    if (outcome.result == OVShellCommandSuccess) {
+        return kSuccess;
+    }
+    if (outcome.result == OVShellCommandCancelled) {
+        return kCancelled;
+    }
+    if (outcome.result == OVShellCommandCancelFailed) {
+        OVLogMethod("-[OVTaskRunner runCommand:arguments:]", "ERROR: cancel unexpectedly failed for %s (pid: %d)",
+                    path.c_str(), outcome.processID);
+        return kCancelled; // deliberately no failure: the owner asked for a cancel
+    }
+    return kFailure;
+}
+
+std::int32_t OVTaskRunner::runBashCommand(const std::string& command) {
+    return runCommand("/bin/sh", {"-c", command});
+}
+
+std::int32_t OVTaskRunner::runBashCommand(std::string_view command, const std::vector<std::string>& onItemsAtPaths) {
+    constexpr const char* kMethod = "-[OVTaskRunner runBashCommand:onItemsAtPaths:]";
+    const auto folder = TemporaryDirectory::createTemporaryDirectory(services_.calls, services_.processInfo);
+    if (!folder) {
+        OVLogMethod(kMethod, "Error creating temporary directory for paths file");
+        return kFailure;
+    }
+    const std::string listFile = stringByAppendingPathComponent(*folder, "files-to-remove.txt");
+    if (const std::int32_t error = writePaths(onItemsAtPaths, listFile, services_.calls); error != 0) {
+        OVLogMethod(kMethod, "Error writing paths to file: %s", errorDescription(error).c_str());
+        return kFailure;
+    }
+    const std::int32_t status =
+        runBashCommand("cat " + listFile + " | xargs -I __FILE__ " + std::string(command) + " '__FILE__'");
+    if (services_.calls.unlink(listFile.c_str()) != 0) {
+        OVLogMethod(kMethod, "Error removing temporary paths file: %s", errorDescription(errno).c_str());
+        return kFailure;
+    }
+    return status; // the folder deliberately stays
+}
+
+std::int32_t OVTaskRunner::runAppleScript(const std::string& source) {
+    return services_.appleScript.execute(source) ? kSuccess : kFailure;
+}
+
+std::int32_t OVTaskRunner::runAuthorizedTask(const void* /*task*/) {
+    return kFailure; // deliberately
+}
+
+std::vector<std::string> OVTaskRunner::pathsByExpandingGlobs(const std::vector<std::string>& globs) {
+    std::vector<std::string> paths;
+    for (const std::string& pattern : globs) {
+        std::vector<std::string> matches = Globbing::arrayWithFilesMatchingPattern(pattern, "/");
+        if (paths.empty()) {
+            paths = std::move(matches);
+        } else {
+            paths.insert(paths.end(), std::make_move_iterator(matches.begin()), std::make_move_iterator(matches.end()));
+        }
+    }
+    return paths;
+}
+
+void OVTaskRunner::shellCommandHasOutputAvailable(std::optional<std::string_view> chunk) {
+    if (const auto owner = delegate()) {
+        owner->hasOutputAvailable(chunk);
+    }
+}
+
+bool OVTaskRunner::shellCommandShouldCancel() {
+    const auto owner = delegate();
+    return owner != nullptr && owner->shouldCancel();
+}
+
+} // namespace orvane

@@ -1,0 +1,225 @@
+#pragma once
+
+#include "Platform/AppleScript.h"
+#include "Platform/ProcessInfo.h"
+#include "Platform/SystemCalls.h"
+#include "Platform/Volumes.h"
+#include "Tasks/CommandRunner.h"
+#include "Tasks/OVShellCommand.h"
+#include "Tasks/OVTaskDelegate.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace orvane {
+
+class OVPasteboardServer;
+
+// The keys of a volume dictionary, each with its own name as value.
+extern const char* const OVVolumePath;       ///< text: the mount point
+extern const char* const OVVolumeOwner;      ///< 64 bits: the id of the user who mounted it
+extern const char* const OVVolumeIsLocal;    ///< boolean: whether its files are on this machine
+extern const char* const OVVolumeTotalSpace; ///< 64 bits: bytes in all
+extern const char* const OVVolumeFreeSpace;  ///< 64 bits: bytes that a user other than root may still fill
+
+/// "secure-erase.temp": the file at the top of a volume that fills its free space to have it overwritten.
+extern const char* const kOVSecureEraseFreeSpaceTempFilename;
+
+/// One mounted volume: the five keys above.
+using OVVolumeDictionary = std::map<std::string, std::variant<std::string, std::uint64_t, bool>, std::less<>>;
+
+/// What the runner has from outside. Everything must outlive it.
+struct OVTaskRunnerServices {
+    SystemCalls& calls = SystemCalls::platform();
+    Volumes& volumes = Volumes::platform();
+    AppleScript& appleScript = AppleScript::platform();
+    ProcessInfo& processInfo = ProcessInfo::platform();
+    CommandRunner& commands = CommandRunner::shellCommands();
+};
+
+/// The catalogue of maintenance tasks.
+///
+/// Unless said otherwise an operation returns the task status: 0 success, 1 failure, 2 cancelled. It runs on
+/// the caller's thread and blocks it; commands are asked about and their output delivered there, through the
+/// delegate. Failures are logged, nothing is thrown.
+class OVTaskRunner : public OVShellCommandDelegate {
+  public:
+    /// `init`: both properties start as nothing.
+    explicit OVTaskRunner(const OVTaskRunnerServices& services = {});
+    OVTaskRunner(const OVTaskRunner&) = delete;
+    OVTaskRunner& operator=(const OVTaskRunner&) = delete;
+    /// `dealloc`: deliberately releases neither property. An owner that is to go away takes itself out with
+    /// `setDelegate(nullptr)` first.
+    ~OVTaskRunner() override;
+
+    // The properties, atomic and retaining.
+
+    /// `pasteboardServer`: the clipboard history that the clipboard tasks act on.
+    [[nodiscard]] std::shared_ptr<OVPasteboardServer> pasteboardServer() const;
+    /// `setPasteboardServer:`
+    void setPasteboardServer(std::shared_ptr<OVPasteboardServer> server);
+    /// `delegate`: the owner, who receives output, answers cancel questions and supplies the user's choices.
+    [[nodiscard]] std::shared_ptr<OVTaskDelegate> delegate() const;
+    /// `setDelegate:`
+    void setDelegate(std::shared_ptr<OVTaskDelegate> delegate);
+
+    // The command layer.
+
+    /// `runCommand:arguments:`: runs the program at the absolute path with the arguments. Exit code 0 is
+    /// success, any other failure; dying of a signal and a cancel, even one that could not be carried out
+    /// (which is logged), are a cancel.
+    std::int32_t runCommand(const std::string& path, const std::vector<std::string>& arguments);
+
+    /// `runBashCommand:`: runs one line by "/bin/sh -c"; the status is that of the line's last command.
+    std::int32_t runBashCommand(const std::string& command);
+
+    /// `runBashCommand:onItemsAtPaths:`: runs the command, a program with leading options, once for each path
+    /// with the path as its last argument, in the order of the list, by `xargs` from a list file
+    /// ("files-to-remove.txt", readable by the user alone). An empty list runs nothing and is a success.
+    ///
+    /// Without a whole list file on disk nothing is run: failure. The list file is removed, its new temporary
+    /// folder deliberately stays. A newline, quote character, backslash or leading blank in a path is
+    /// deliberately not protected: `xargs` sees other paths then.
+    std::int32_t runBashCommand(std::string_view command, const std::vector<std::string>& onItemsAtPaths);
+
+    /// `runAppleScript:`: runs the source; nothing reaches the delegate. Returns 0 or 1.
+    std::int32_t runAppleScript(const std::string& source);
+
+    /// `runAuthorizedTask:`: a placeholder that deliberately ignores its argument and returns 1.
+    std::int32_t runAuthorizedTask(const void* task);
+
+    /// `pathsByExpandingGlobs:`: the paths that match the patterns, each read as an absolute path, in the
+    /// order of the patterns and by name for each; a path that two patterns match comes twice.
+    std::vector<std::string> pathsByExpandingGlobs(const std::vector<std::string>& globs);
+
+    /// `shellCommandHasOutputAvailable:`: to the delegate's `hasOutputAvailable:`.
+    void shellCommandHasOutputAvailable(std::optional<std::string_view> chunk) override;
+    /// `shellCommandShouldCancel`: the delegate's `shouldCancel`; no without a delegate.
+    bool shellCommandShouldCancel() override;
+
+    // Volumes and disks.
+
+    /// `repairDiskPermissions`: "/usr/sbin/diskutil repairPermissions /".
+    std::int32_t repairDiskPermissions();
+
+    /// `repairVolume:`: "/usr/sbin/diskutil repairVolume" with the volume's path or device.
+    std::int32_t repairVolume(const std::string& volume);
+
+    /// `ejectVolume:`: "/usr/sbin/diskutil unmount" with the volume's path; deliberately not "eject": the
+    /// device stays attached.
+    std::int32_t ejectVolume(const std::string& path);
+
+    /// `secureEraseFreeSpaceCommand:`: the line that fills the volume's free space with a file
+    /// (`kOVSecureEraseFreeSpaceTempFilename`), overwrites it and removes it, on a signal too. Runs nothing.
+    /// The path stands between double quotes, nothing in it is escaped.
+    std::string secureEraseFreeSpaceCommand(std::string_view path);
+
+    /// `secureEraseFreeSpace:`: runs that line.
+    std::int32_t secureEraseFreeSpace(std::string_view path);
+
+    /// `ejectAllVolumes`: `ejectVolume:` for every browsable volume that the process's real user (`getuid`)
+    /// mounted. The first that fails ends it with its status; success when there is none.
+    std::int32_t ejectAllVolumes();
+
+    /// `mountedBrowsableVolumes`: the mounted volumes that are neither hidden from browsing nor the start-up
+    /// volume, in the system's order, read anew by each call; nothing, with a log line, when the system lists
+    /// no mount at all.
+    std::optional<std::vector<OVVolumeDictionary>> mountedBrowsableVolumes();
+
+    // Deletion.
+
+    /// `secureDeleteItemsAtPaths:`: "/usr/bin/srm -v -f -r -m --" for each path, as
+    /// `runBashCommand:onItemsAtPaths:` runs it.
+    std::int32_t secureDeleteItemsAtPaths(const std::vector<std::string>& paths);
+
+    /// `forceDeleteItemsAtPaths:`: "rm -rfv" for each path, as `runBashCommand:onItemsAtPaths:` runs it.
+    /// Deliberately without "--": a path that begins with "-" is read as options.
+    std::int32_t forceDeleteItemsAtPaths(const std::vector<std::string>& paths);
+
+    /// `forceDeleteItemsAtGlobs:`: `forceDeleteItemsAtPaths:` on what the patterns expand to.
+    std::int32_t forceDeleteItemsAtGlobs(const std::vector<std::string>& globs);
+
+    /// `secureDeleteFiles`: `secureDeleteItemsAtPaths:` on files that the owner chooses; 2 without a choice.
+    std::int32_t secureDeleteFiles();
+
+    /// `forceDeleteFiles`: `forceDeleteItemsAtPaths:` on files that the owner chooses; 2 without a choice.
+    std::int32_t forceDeleteFiles();
+
+    /// `secureEmptyTrash`: `secureDeleteItemsAtPaths:` on `userTrashitems`.
+    std::int32_t secureEmptyTrash();
+
+    /// `forceEmptyTrash`: `forceDeleteItemsAtPaths:` on `userTrashitems`.
+    std::int32_t forceEmptyTrash();
+
+    /// `removeDSStoreFilesInPath:`: removes the regular files named ".DS_Store" at any depth beneath the
+    /// folder and prints each. The path stands between double quotes, nothing in it is escaped.
+    std::int32_t removeDSStoreFilesInPath(std::string_view path);
+
+    /// `removeDSStoreFilesInHomeFolder`: `removeDSStoreFilesInPath:` on `homeDirectory`.
+    std::int32_t removeDSStoreFilesInHomeFolder();
+
+    /// `removeDSStoreFilesInFolder`: `removeDSStoreFilesInPath:` on a folder that the owner chooses; 2
+    /// without a choice.
+    std::int32_t removeDSStoreFilesInFolder();
+
+    /// `promptForFiles`: files and folders that the owner chooses; nothing without a choice.
+    std::optional<std::vector<std::string>> promptForFiles();
+
+    /// `promptForFolder`: one folder that the owner chooses, the first when it answers with more; nothing
+    /// without a choice. An empty list is no answer: it stops the process with a failed assertion.
+    std::optional<std::string> promptForFolder();
+
+    /// `pathsWithDirectoriesOnly:allowsMultipleSelection:`: what the delegate answers to
+    /// `inputPathsWithDirectoriesOnly:allowsMultipleSelection:`; nothing when it wants to cancel (asked
+    /// first), answers nothing, or is not there.
+    std::optional<std::vector<std::string>> pathsWithDirectoriesOnly(bool directoriesOnly,
+                                                                     bool allowsMultipleSelection);
+
+    /// `homeDirectory`: the home folder of the process's real user (`getuid`) in the password database, never
+    /// of the environment. A user who is not there stops the process with a failed assertion.
+    std::string homeDirectory();
+
+    /// `userLibraryFolder`: "Library" in `homeDirectory`.
+    std::string userLibraryFolder();
+
+    /// `userTrashitems`: deliberately a new empty list, whatever lies in the trash.
+    std::vector<std::string> userTrashitems();
+
+    // Preferences and leftovers.
+
+    /// `removeCorruptUserPreferences`: `removeCorruptPreferencesInPaths:` on `userLibraryFolder`.
+    std::int32_t removeCorruptUserPreferences();
+
+    /// `removeCorruptPreferencesInPaths:`: removes the property lists in folders named "Preferences" at any
+    /// depth beneath the folders that "plutil" finds damaged, and prints each. Paths stand between double
+    /// quotes, nothing in them is escaped; a damaged file whose path holds a blank deliberately stays.
+    std::int32_t removeCorruptPreferencesInPaths(const std::vector<std::string>& paths);
+
+    /// `cleanStaleTemporaryFiles`: removes the files of interrupted free-space erasures beneath
+    /// "/var/folders" and at the top of the volumes in "/Volumes". Prints nothing.
+    std::int32_t cleanStaleTemporaryFiles();
+
+  private:
+    /// A property that the end of its holder does not release.
+    template <typename Value> union Unreleased {
+        Unreleased() : value() {}
+        Unreleased(const Unreleased&) = delete;
+        Unreleased& operator=(const Unreleased&) = delete;
+        ~Unreleased() {} // NOLINT(modernize-use-equals-default): the defaulted one would not exist
+        Value value;
+    };
+
+    OVTaskRunnerServices services_;
+    mutable std::mutex properties_;
+    Unreleased<std::shared_ptr<OVPasteboardServer>> pasteboardServer_;
+    Unreleased<std::shared_ptr<OVTaskDelegate>> delegate_;
+};
+
+} // namespace orvane

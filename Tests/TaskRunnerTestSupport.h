@@ -1,0 +1,299 @@
+#pragma once
+
+#include "Platform/AppleScript.h"
+#include "Platform/Posix/PosixSystemCalls.h"
+#include "Platform/ProcessInfo.h"
+#include "Platform/Volumes.h"
+#include "Tasks/CommandRunner.h"
+#include "Tasks/OVTaskDelegate.h"
+#include "Tests/Fakes/RecordingLog.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <ftw.h>
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace orvane::test {
+
+/// A folder that goes away with everything in it.
+class Folder {
+  public:
+    Folder() {
+        std::string pattern = "/tmp/orvane-test-XXXXXX";
+        if (::mkdtemp(pattern.data()) == nullptr) {
+            std::abort();
+        }
+        path = pattern;
+    }
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+    ~Folder() { ::nftw(path.c_str(), removeOne, 16, FTW_DEPTH | FTW_PHYS); }
+
+    [[nodiscard]] std::string at(std::string_view name) const { return path + "/" + std::string(name); }
+
+    std::string makeFolder(std::string_view name) const {
+        std::string result = at(name);
+        for (std::size_t slash = result.find('/', 1); slash != std::string::npos; slash = result.find('/', slash + 1)) {
+            ::mkdir(result.substr(0, slash).c_str(), 0755);
+        }
+        EXPECT_TRUE(::mkdir(result.c_str(), 0755) == 0 || errno == EEXIST) << result;
+        return result;
+    }
+
+    std::string makeFile(std::string_view name, std::string_view contents = "") const {
+        std::string result = at(name);
+        const int file = ::open(result.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+        EXPECT_GE(file, 0) << result;
+        EXPECT_EQ(::write(file, contents.data(), contents.size()), static_cast<ssize_t>(contents.size()));
+        ::close(file);
+        return result;
+    }
+
+    std::string path;
+
+  private:
+    static int removeOne(const char* entry, const struct stat* /*status*/, int /*type*/, FTW* /*place*/) {
+        return ::remove(entry);
+    }
+};
+
+inline bool exists(const std::string& path) {
+    struct stat status = {};
+    return ::lstat(path.c_str(), &status) == 0;
+}
+
+inline mode_t permissionsOf(const std::string& path) {
+    struct stat status = {};
+    EXPECT_EQ(::lstat(path.c_str(), &status), 0) << path;
+    return status.st_mode & 07777U;
+}
+
+inline std::string contentsOf(const std::string& path) {
+    std::string text;
+    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    EXPECT_GE(file, 0) << path;
+    std::array<char, 4096> buffer = {};
+    ssize_t count = 0;
+    while ((count = ::read(file, buffer.data(), buffer.size())) > 0) {
+        text.append(buffer.data(), static_cast<std::size_t>(count));
+    }
+    ::close(file);
+    return text;
+}
+
+/// The names in a folder, hidden ones too, in no order.
+inline std::vector<std::string> namesIn(const std::string& folder) {
+    std::vector<std::string> names;
+    DIR* const directory = ::opendir(folder.c_str());
+    EXPECT_NE(directory, nullptr) << folder;
+    while (const dirent* const entry = directory != nullptr ? ::readdir(directory) : nullptr) {
+        if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0) {
+            names.emplace_back(entry->d_name);
+        }
+    }
+    if (directory != nullptr) {
+        ::closedir(directory);
+    }
+    return names;
+}
+
+/// The real system calls, but for those that a test makes fail or watches. A hook that answers nothing lets
+/// the real call happen.
+class HookedCalls final : public PosixSystemCalls {
+  public:
+    /// `errno` to fail with; nothing lets the call through.
+    using Failure = std::function<std::optional<int>()>;
+
+    uid_t getuid() override { return userID ? *userID : PosixSystemCalls::getuid(); }
+    int open(const char* path, int flags, mode_t mode) override {
+        opened.emplace_back(flags, mode);
+        return failed("open") ? -1 : PosixSystemCalls::open(path, flags, mode);
+    }
+    ssize_t write(int descriptor, const void* bytes, std::size_t count) override {
+        if (failed("write")) {
+            return writeResult;
+        }
+        return PosixSystemCalls::write(descriptor, bytes, std::min(count, longestWrite));
+    }
+    int fsync(int descriptor) override { return failed("fsync") ? -1 : PosixSystemCalls::fsync(descriptor); }
+    int close(int descriptor) override {
+        const bool fails = failed("close");
+        const int result = PosixSystemCalls::close(descriptor); // a failing close closes all the same
+        if (fails) {
+            errno = failureError;
+            return -1;
+        }
+        return result;
+    }
+    int rename(const char* from, const char* to) override {
+        return failed("rename") ? -1 : PosixSystemCalls::rename(from, to);
+    }
+    int unlink(const char* path) override { return failed("unlink") ? -1 : PosixSystemCalls::unlink(path); }
+    int mkdir(const char* path, mode_t mode) override {
+        madeFolders.emplace_back(path, mode);
+        return failed("mkdir") ? -1 : PosixSystemCalls::mkdir(path, mode);
+    }
+    int system(const char* line) override {
+        systemLines.emplace_back(line);
+        return systemResult;
+    }
+
+    /// Makes the call fail with the error, `times` times, after having let `passed` through.
+    void fail(std::string_view call, int error, int times = 1000, int passed = 0) {
+        failingCall = call;
+        failureError = error;
+        failuresLeft = times;
+        passesLeft = passed;
+    }
+
+    std::optional<uid_t> userID;
+    std::size_t longestWrite = static_cast<std::size_t>(-1);
+    ssize_t writeResult = -1;
+    int systemResult = 0;
+    std::vector<std::string> order; ///< the calls made, by name
+    std::vector<std::pair<int, mode_t>> opened;
+    std::vector<std::pair<std::string, mode_t>> madeFolders;
+    std::vector<std::string> systemLines;
+
+  private:
+    bool failed(std::string_view call) {
+        order.emplace_back(call);
+        if (call != failingCall || failuresLeft == 0) {
+            return false;
+        }
+        if (passesLeft > 0) {
+            --passesLeft;
+            return false;
+        }
+        --failuresLeft;
+        errno = failureError;
+        return true;
+    }
+
+    std::string failingCall;
+    int failureError = 0;
+    int failuresLeft = 0;
+    int passesLeft = 0;
+};
+
+class FakeProcessInfo final : public ProcessInfo {
+  public:
+    explicit FakeProcessInfo(std::string folder) : folder_(std::move(folder)) {}
+    std::string globallyUniqueString() override { return "unique-" + std::to_string(++count_); }
+    std::string temporaryDirectory() override { return folder_; }
+
+  private:
+    std::string folder_;
+    int count_ = 0;
+};
+
+class FakeVolumes final : public Volumes {
+  public:
+    std::optional<std::uint32_t> mountFlagsAtPath(const char* /*path*/) override { return std::nullopt; }
+    std::optional<std::vector<MountedFileSystem>> mountedFileSystems() override { return mounted; }
+    std::optional<std::vector<MountedFileSystem>> mounted;
+};
+
+class FakeAppleScript final : public AppleScript {
+  public:
+    bool execute(const std::string& source) override {
+        sources.push_back(source);
+        return result;
+    }
+    std::vector<std::string> sources;
+    bool result = true;
+};
+
+/// Runs nothing and remembers what was to be run.
+class RecordingCommands final : public CommandRunner {
+  public:
+    struct Run {
+        std::string path;
+        std::vector<std::string> arguments;
+        bool operator==(const Run&) const = default;
+    };
+
+    Outcome runCommandAtPath(const std::string& path, const std::vector<std::string>& arguments,
+                             OVShellCommandDelegate* delegate) override {
+        runs.push_back({path, arguments});
+        delegates.push_back(delegate);
+        if (during) {
+            during(*delegate);
+        }
+        const NSInteger result = results.empty() ? OVShellCommandSuccess : results.front();
+        if (!results.empty()) {
+            results.erase(results.begin());
+        }
+        return {.result = result, .processID = 4711};
+    }
+
+    /// The shell lines that were to be run; every run must be one.
+    [[nodiscard]] std::vector<std::string> lines() const {
+        std::vector<std::string> result;
+        for (const Run& run : runs) {
+            EXPECT_EQ(run.path, "/bin/sh");
+            if (run.arguments.size() == 2 && run.arguments[0] == "-c") {
+                result.push_back(run.arguments[1]);
+            } else {
+                ADD_FAILURE() << "no shell line";
+            }
+        }
+        return result;
+    }
+
+    std::vector<NSInteger> results; ///< one for each run to come; success when used up
+    std::function<void(OVShellCommandDelegate&)> during;
+    std::vector<Run> runs;
+    std::vector<OVShellCommandDelegate*> delegates;
+};
+
+class RecordingDelegate final : public OVTaskDelegate {
+  public:
+    void taskWillBegin(OVTask* /*task*/) override { ++taskMessages; }
+    void task(OVTask* /*task*/, std::int32_t /*completedWithStatus*/) override { ++taskMessages; }
+    void hasOutputAvailable(std::optional<std::string_view> chunk) override {
+        chunks.push_back(chunk ? std::optional<std::string>(*chunk) : std::nullopt);
+        output += chunk.value_or("");
+    }
+    bool shouldCancel() override {
+        ++cancelQuestions;
+        return cancels || (cancelsAfter != 0 && cancelQuestions > cancelsAfter);
+    }
+    std::optional<std::string> archiveDesktopPath() override { return std::nullopt; }
+    std::uint64_t largeFilesSize() override { return 0; }
+    std::optional<std::vector<std::string>> inputPathsWithDirectoriesOnly(bool directoriesOnly,
+                                                                          bool allowsMultipleSelection) override {
+        prompts.emplace_back(directoriesOnly, allowsMultipleSelection);
+        return input;
+    }
+
+    std::string output;
+    std::vector<std::optional<std::string>> chunks;
+    int cancelQuestions = 0;
+    int taskMessages = 0;
+    bool cancels = false;
+    int cancelsAfter = 0; ///< how many cancel questions are answered with no before the first yes; 0 for all
+    std::optional<std::vector<std::string>> input;
+    std::vector<std::pair<bool, bool>> prompts;
+};
+
+/// A pointer that owns nothing: what a test has on its stack, as a property that is never released.
+template <typename Value> std::shared_ptr<Value> unowned(Value& value) {
+    return std::shared_ptr<Value>(std::shared_ptr<void>(), &value);
+}
+
+} // namespace orvane::test
