@@ -48,15 +48,16 @@ void cancelTimers() {
 /// Ignored and blocked signals outlive exec, and so do pending ones; ignoring drops those before they are
 /// unblocked.
 void resetSignals() {
+    // These are macros on some systems, hence no ::.
     sigset_t pending;
-    ::sigemptyset(&pending);
+    sigemptyset(&pending);
     ::sigpending(&pending);
     for (int number = 1; number < NSIG; ++number) {
         struct sigaction action = {};
         if (::sigaction(number, nullptr, &action) != 0) {
             continue; // one that the C library keeps for itself
         }
-        if (::sigismember(&pending, number) == 1) {
+        if (sigismember(&pending, number) == 1) {
             action.sa_handler = SIG_IGN;
             ::sigaction(number, &action, nullptr);
         }
@@ -66,7 +67,7 @@ void resetSignals() {
         }
     }
     sigset_t all;
-    ::sigfillset(&all);
+    sigfillset(&all);
     ::sigprocmask(SIG_UNBLOCK, &all, nullptr); // NOLINT(concurrency-mt-unsafe): there is one thread
 }
 

@@ -788,8 +788,9 @@ TEST_P(ShellCommandTest, ProgramsStartedAtTheSameTimeDoNotGetEachOthersPipes) {
         TracedCalls ownCalls(own);
         Owner ownOwner(own);
         OVShellCommand second(ownCalls, child());
-        EXPECT_EQ(second.runCommandAtPath(kShell, {"-c", "for f in /proc/$$/fd/*; do readlink $f; done"}, &ownOwner),
-                  0);
+        EXPECT_EQ(
+            second.runCommandAtPath(kShell, {"-c", "for f in /proc/$$/fd/*; do readlink $f; done; true"}, &ownOwner),
+            0);
         inner = ownOwner.text();
     };
     EXPECT_EQ(runScript("readlink /proc/$$/fd/1; sleep 0.2"), 0);

@@ -4,6 +4,8 @@
 
 #if defined(__x86_64__) || defined(__i386__)
 #define ORVANE_AVX2 1
+#include <atomic>
+#include <cpuid.h>
 #include <immintrin.h>
 #endif
 
@@ -218,9 +220,33 @@ __attribute__((target("avx2"))) std::size_t checkWideBlocks(const unsigned char*
     return _mm256_testz_si256(malformed, malformed) != 0 ? done : kMalformed;
 }
 
+/// Asked of the processor itself, and only once there is something to check: the compiler's own question would be
+/// asked at every start of a program, and costs what a start can do without.
+bool askForAVX2() {
+    constexpr unsigned kSavedByTheSystem = 0x6; // the registers' both halves, in XCR0
+    unsigned a = 0;
+    unsigned b = 0;
+    unsigned c = 0;
+    unsigned d = 0;
+    if (__get_cpuid(1, &a, &b, &c, &d) == 0 || (c & bit_OSXSAVE) == 0) {
+        return false;
+    }
+    unsigned low = 0;
+    unsigned high = 0;
+    __asm__("xgetbv" : "=a"(low), "=d"(high) : "c"(0));
+    return (low & kSavedByTheSystem) == kSavedByTheSystem && __get_cpuid_count(7, 0, &a, &b, &c, &d) != 0 &&
+           (b & bit_AVX2) != 0;
+}
+
 bool hasAVX2() {
-    __builtin_cpu_init();
-    return __builtin_cpu_supports("avx2") != 0;
+    enum : int { unknown, no, yes };
+    static constinit std::atomic<int> answer = unknown;
+    int known = answer.load(std::memory_order_relaxed);
+    if (known == unknown) {
+        known = askForAVX2() ? yes : no;
+        answer.store(known, std::memory_order_relaxed);
+    }
+    return known == yes;
 }
 
 #endif
@@ -230,8 +256,7 @@ bool hasAVX2() {
 std::size_t checkUTF8Blocks(std::string_view bytes) {
     const auto* const start = reinterpret_cast<const unsigned char*>(bytes.data());
 #ifdef ORVANE_AVX2
-    static const bool isWide = hasAVX2();
-    if (isWide) {
+    if (hasAVX2()) {
         return checkWideBlocks(start, bytes.size());
     }
 #endif

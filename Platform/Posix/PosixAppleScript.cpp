@@ -7,6 +7,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+extern char** environ; // NOLINT(readability-redundant-declaration): POSIX leaves it to the program
+
 namespace orvane {
 
 namespace {
@@ -20,7 +22,7 @@ bool waitForSuccess(pid_t child) {
     return ended == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-class LinuxAppleScript final : public AppleScript {
+class PosixAppleScript final : public AppleScript {
   public:
     bool execute(const std::string& source) override {
         posix_spawn_file_actions_t actions;
@@ -48,7 +50,7 @@ class LinuxAppleScript final : public AppleScript {
 } // namespace
 
 AppleScript& AppleScript::platform() {
-    static constinit LinuxAppleScript script;
+    static constinit PosixAppleScript script;
     return script;
 }
 
