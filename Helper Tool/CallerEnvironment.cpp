@@ -7,16 +7,14 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdlib>
-#include <cstring>
 #include <fcntl.h>
-#include <memory>
 #include <pwd.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
-#include <vector>
 
 extern char** environ; // NOLINT(readability-redundant-declaration): POSIX leaves it to the program
 
@@ -24,10 +22,14 @@ namespace orvane {
 
 namespace {
 
-constexpr const char* kPath = "PATH=/usr/bin:/bin:/usr/sbin:/sbin";
+constexpr std::string_view kPath = "/usr/bin:/bin:/usr/sbin:/sbin";
 
 /// The home of a user whom the password database does not know: no folder of anybody's.
 constexpr const char* kNoHome = "/";
+
+/// Where a task works: a folder of root's in which there is nothing. File names that a user chose can reach a line's
+/// `rm` in pieces that are no longer absolute paths.
+constexpr const char* kEmptyFolder = "/var/empty";
 
 /// What a descriptor limit falls back to where the system has a ceiling of its own below the hard limit.
 constexpr rlim_t kDescriptorCeiling = 10240;
@@ -72,6 +74,10 @@ void resetSignals() {
 }
 
 bool isKeptName(std::string_view name) {
+    constexpr std::size_t kLongest = 32;
+    if (name.size() > kLongest) {
+        return false;
+    }
     if (name == "LANG" || name == "TERM") {
         return true;
     }
@@ -83,48 +89,59 @@ bool isKeptName(std::string_view name) {
     return std::all_of(name.begin(), name.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
 }
 
-/// The environment that the tool's commands see. There is one, and it is never freed: `environ` points into
-/// it until the process ends.
+/// The environment that the tool's commands see. `environ` points into it until the process ends; it has room of its
+/// own so that nothing of it is anywhere else.
 class Environment {
   public:
     static Environment& shared() {
-        static constinit Environment* environment = nullptr;
-        if (environment == nullptr) {
-            environment = new Environment;
-        }
-        return *environment;
+        static constinit Environment environment;
+        return environment;
     }
 
-    void add(std::string entry) {
-        const std::string_view name = std::string_view(entry).substr(0, entry.find('=') + 1);
-        const bool known =
-            std::any_of(entries_.begin(), entries_.end(), [&](const auto& other) { return other->starts_with(name); });
-        if (!known) {
-            entries_.push_back(std::make_unique<std::string>(std::move(entry)));
+    /// Adds a variable that is not there yet, as far as there is room.
+    void add(std::string_view name, std::string_view value) {
+        const std::size_t size = name.size() + 1 + value.size() + 1;
+        if (count_ + 1 >= pointers_.size() || size > text_.size() - used_ || has(name)) {
+            return;
         }
+        char* const entry = text_.data() + used_;
+        char* end = std::copy(name.begin(), name.end(), entry);
+        *end++ = '=';
+        end = std::copy(value.begin(), value.end(), end);
+        *end = '\0';
+        used_ += size;
+        pointers_[count_++] = entry;
     }
 
-    void install() {
-        pointers_.clear();
-        for (const auto& entry : entries_) {
-            pointers_.push_back(entry->data());
-        }
-        pointers_.push_back(nullptr);
-        environ = pointers_.data();
-    }
+    void install() { environ = pointers_.data(); }
 
   private:
-    std::vector<std::unique_ptr<std::string>> entries_;
-    std::vector<char*> pointers_;
+    [[nodiscard]] bool has(std::string_view name) const {
+        return std::any_of(pointers_.data(), pointers_.data() + count_, [&](const char* entry) {
+            const std::string_view other = entry;
+            return other.starts_with(name) && other.substr(name.size()).starts_with('=');
+        });
+    }
+
+    std::array<char*, 64> pointers_ = {}; ///< the last one is always null
+    std::array<char, 16384> text_ = {};
+    std::size_t count_ = 0;
+    std::size_t used_ = 0;
 };
 
 void addKeptValues(Environment& environment) {
-    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+    int left = 32; // more than there are; the account must find room
+    for (char** entry = environ; entry != nullptr && *entry != nullptr && left > 0; ++entry) {
         const std::string_view text = *entry;
         const std::size_t equals = text.find('=');
-        if (equals != std::string_view::npos && isKeptName(text.substr(0, equals)) &&
-            isHarmlessEnvironmentValue(text.substr(equals + 1))) {
-            environment.add(std::string(text));
+        if (equals == std::string_view::npos) {
+            continue;
+        }
+        const std::string_view name = text.substr(0, equals);
+        const std::string_view value = text.substr(equals + 1);
+        if (isKeptName(name) && isHarmlessEnvironmentValue(value)) {
+            environment.add(name, value);
+            --left;
         }
     }
 }
@@ -176,6 +193,17 @@ void secureDescriptors() {
     }
 }
 
+void leaveCallersFolder() {
+    struct stat here = {};
+    if (::chdir(kEmptyFolder) == 0 && ::stat(".", &here) == 0 && here.st_uid == 0 &&
+        (here.st_mode & (S_IWGRP | S_IWOTH)) == 0) {
+        return;
+    }
+    if (::chdir("/") != 0) {
+        refuse("cannot leave the caller's folder");
+    }
+}
+
 } // namespace
 
 uid_t secureProcessFromCaller() {
@@ -187,16 +215,14 @@ uid_t secureProcessFromCaller() {
     resetSignals();
 
     Environment& environment = Environment::shared();
-    environment.add(kPath);
+    environment.add("PATH", kPath);
     addKeptValues(environment);
     environment.install();
 
     raiseLimits();
     secureDescriptors();
     ::umask(022);
-    if (::chdir("/") != 0) {
-        refuse("cannot leave the caller's folder");
-    }
+    leaveCallersFolder();
     return realUserID;
 }
 
@@ -207,12 +233,11 @@ void addCallersAccount(uid_t realUserID) {
     Environment& environment = Environment::shared();
     const passwd* const account = ::getpwuid(realUserID); // NOLINT(concurrency-mt-unsafe): there is one thread
     const bool hasHome = account != nullptr && account->pw_dir != nullptr && account->pw_dir[0] == '/';
-    environment.add(std::string("HOME=") + (hasHome ? account->pw_dir : kNoHome));
+    environment.add("HOME", hasHome ? account->pw_dir : kNoHome);
     if (account != nullptr && account->pw_name != nullptr) {
-        environment.add(std::string("USER=") + account->pw_name);
-        environment.add(std::string("LOGNAME=") + account->pw_name);
+        environment.add("USER", account->pw_name);
+        environment.add("LOGNAME", account->pw_name);
     }
-    environment.install();
 }
 
 bool isHarmlessEnvironmentValue(std::string_view value) {
@@ -233,7 +258,8 @@ bool isRefusedShellArgument(std::string_view taskName, std::string_view argument
         const auto c = static_cast<unsigned char>(argument[index]);
         const auto next = static_cast<unsigned char>(index + 1 < argument.size() ? argument[index + 1] : 0);
         const bool isControl = c < 0x20 || c == 0x7F || (c == 0xC2 && next >= 0x80 && next <= 0x9F);
-        if (isControl || c == '"' || c == '$' || c == '`' || c == '\\') {
+        // The line's trap puts what stands between double quotes between single quotes as well.
+        if (isControl || c == '"' || c == '\'' || c == '$' || c == '`' || c == '\\') {
             return true;
         }
     }

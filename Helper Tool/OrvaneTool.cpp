@@ -28,7 +28,6 @@ struct TaskTable {
         std::string firstArgument;
         std::int32_t status = kNoTaskMatched;
         std::optional<std::string> pendingLine; ///< a maintenance line that a row has left for the runPending row
-        std::vector<std::string> trashGlobs;
     };
 
     enum class Test { equal, prefix, always };
@@ -90,17 +89,17 @@ struct TaskTable {
         dispatch.status = dispatch.tool.runCommand(dispatch.runner.secureEraseFreeSpaceCommand(dispatch.firstArgument));
     }
 
-    static void makeTrashGlobs(Dispatch& dispatch, const char* /*text*/) {
-        dispatch.trashGlobs = {"/Volumes/*/.Trash/*", "/Volumes/*/.Trashes/*/*", "/Users/*/.Trash/*"};
+    static std::vector<std::string> trashGlobs() {
+        return {"/Volumes/*/.Trash/*", "/Volumes/*/.Trashes/*/*", "/Users/*/.Trash/*"};
     }
 
     static void emptyTrash(Dispatch& dispatch, const char* /*text*/) {
-        dispatch.status = dispatch.runner.forceDeleteItemsAtGlobs(dispatch.trashGlobs);
+        dispatch.status = dispatch.runner.forceDeleteItemsAtGlobs(trashGlobs());
     }
 
     static void secureEmptyTrash(Dispatch& dispatch, const char* /*text*/) {
-        dispatch.status =
-            dispatch.runner.secureDeleteItemsAtPaths(dispatch.runner.pathsByExpandingGlobs(dispatch.trashGlobs));
+        OVTaskRunner& runner = dispatch.runner;
+        dispatch.status = runner.secureDeleteItemsAtPaths(runner.pathsByExpandingGlobs(trashGlobs()));
     }
 
     static constexpr Row kRows[] = {
@@ -144,7 +143,6 @@ struct TaskTable {
         {Test::equal, "cleanFontCaches", shellLine, "echo Clearing font cache...; atsutil databases -remove; sleep 5"},
         {Test::equal, "secureEraseFreeSpace", secureEraseFreeSpace, nullptr},
         {Test::prefix, "killProcess", killProcess, nullptr},
-        {Test::always, "", makeTrashGlobs, nullptr},
         {Test::equal, "feat", emptyTrash, nullptr},
         {Test::equal, "secureEmptyTrash", secureEmptyTrash, nullptr},
     };
@@ -172,7 +170,6 @@ std::int32_t OrvaneTool::runTask(std::string_view taskName, const std::vector<st
         .taskName = taskName,
         .firstArgument = arguments.empty() ? std::string() : arguments.front(),
         .pendingLine = std::nullopt,
-        .trashGlobs = {},
     };
     for (const TaskTable::Row& row : TaskTable::kRows) {
         if (TaskTable::matches(row, taskName)) {

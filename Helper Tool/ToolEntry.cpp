@@ -37,32 +37,42 @@ std::string textOfWord(const char* const argv[], int index) {
     return word;
 }
 
-/// The running executable, as changes that must not be redirected to another file name it.
-SUIDRoot::File ownExecutable(const std::optional<std::string>& path, const std::optional<std::string>& reference,
-                             SystemCalls& calls) {
-    if (!path) {
-        return {nullptr};
+/// The tool's own executable: asked for where it is needed, because the kernel's answer costs a task more than all else
+/// that it does before it runs.
+class OwnExecutable {
+  public:
+    OwnExecutable()
+        : path_(Bundle::mainBundle().executablePath()), reference_(Bundle::mainBundle().executableReference()) {}
+
+    /// The path as a message shows it, a missing one as "%@" shows nil.
+    [[nodiscard]] const char* text() const { return path_ ? path_->c_str() : "(null)"; }
+
+    /// The file as changes that must not be redirected to another one name it.
+    [[nodiscard]] SUIDRoot::File file(SystemCalls& calls) const {
+        if (!path_) {
+            return {nullptr};
+        }
+        if (reference_) {
+            return {path_->c_str(), reference_->c_str()};
+        }
+        // By name alone somebody else's folder could put another file in the executable's place. Without privileges the
+        // change fails by itself.
+        if (calls.getuid() != 0 && calls.geteuid() == 0) {
+            OVLog("Command-line tool: the running executable cannot be told from its name, only root may change it");
+            finish(EPERM);
+        }
+        return {path_->c_str()};
     }
-    if (reference) {
-        return {path->c_str(), reference->c_str()};
-    }
-    // By name alone somebody else's folder could put another file in the executable's place. Without privileges the
-    // change fails by itself.
-    if (calls.getuid() != 0 && calls.geteuid() == 0) {
-        OVLog("Command-line tool: the running executable cannot be told from its name, only root may change "
-              "it");
-        finish(EPERM);
-    }
-    return {path->c_str()};
-}
+
+  private:
+    std::optional<std::string> path_;
+    std::optional<std::string> reference_;
+};
 
 } // namespace
 
 void setupPriviliges(int argc, const char* const argv[]) {
     SystemCalls& calls = SystemCalls::platform();
-    Bundle& bundle = Bundle::mainBundle();
-    const std::optional<std::string> path = bundle.executablePath();
-    const char* const pathText = path ? path->c_str() : "(null)"; // nil, as "%@" shows it
     // A caller may pass no words at all, not even the program's name.
     if (argc <= 1 || argv[1] == nullptr) {
         OVLog("effective user id: %d, actual user id: %d", static_cast<int>(calls.geteuid()),
@@ -71,18 +81,18 @@ void setupPriviliges(int argc, const char* const argv[]) {
     }
     const std::string word = textOfWord(argv, 1);
     if (word == kRepairWord) {
-        OVLog("Command-line tool: runMain: repairing priviliges for %s", pathText);
-        const std::int32_t error =
-            SUIDRoot::setSUIDRoot(ownExecutable(path, bundle.executableReference(), calls), calls);
+        const OwnExecutable executable;
+        OVLog("Command-line tool: runMain: repairing priviliges for %s", executable.text());
+        const std::int32_t error = SUIDRoot::setSUIDRoot(executable.file(calls), calls);
         if (error != 0) {
             OVLog("Command-line tool: runMain: error %d repairing priviliges", error);
         }
         finish(error);
     }
     if (word == kSurrenderWord) {
-        OVLog("Command-line tool: surrendering priviliges for %s", pathText);
-        const std::int32_t error =
-            SUIDRoot::surrenderSUIDRoot(ownExecutable(path, bundle.executableReference(), calls), calls);
+        const OwnExecutable executable;
+        OVLog("Command-line tool: surrendering priviliges for %s", executable.text());
+        const std::int32_t error = SUIDRoot::surrenderSUIDRoot(executable.file(calls), calls);
         if (error != 0) {
             OVLog("Command-line tool: error %d surrendering priviliges", error);
         }
@@ -98,12 +108,11 @@ void setupPriviliges(int argc, const char* const argv[]) {
 
 std::int32_t toolMain(int argc, const char* const argv[], uid_t realUserID) {
     setupPriviliges(argc, argv);
-    std::vector<std::string> words;
-    for (int index = 1; index < argc && argv[index] != nullptr; ++index) {
-        words.push_back(textOfWord(argv, index));
+    const std::string taskName = argv[1]; // it was read as text above
+    std::vector<std::string> arguments;
+    for (int index = 2; index < argc && argv[index] != nullptr; ++index) {
+        arguments.push_back(textOfWord(argv, index));
     }
-    const std::string taskName = words.front();
-    const std::vector<std::string> arguments(words.begin() + 1, words.end());
     if (!arguments.empty() && isRefusedShellArgument(taskName, arguments.front(), realUserID)) {
         OVLog("Command-line tool: %s: the argument holds a character that a root shell would act on, nothing "
               "was run",

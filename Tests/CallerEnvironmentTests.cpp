@@ -25,14 +25,14 @@ TEST(HarmlessValueTest, RefusesPathsFormatsAndShellCharacters) {
 }
 
 TEST(RefusedArgumentTest, RefusesWhatARootShellWouldActOnBetweenDoubleQuotes) {
-    for (const char* argument :
-         {"/Volumes/a\"b", "$HOME", "/Volumes/$(id)", "`id`", "a\\", "a\nb", "\t", "\x7F", "\x01", "a\xC2\x85"}) {
+    for (const char* argument : {"/Volumes/a\"b", "/Volumes/it's", "$HOME", "/Volumes/$(id)", "`id`", "a\\", "a\nb",
+                                 "\t", "\x7F", "\x01", "a\xC2\x85"}) {
         EXPECT_TRUE(isRefusedShellArgument("secureEraseFreeSpace", argument, 501)) << argument;
     }
 }
 
 TEST(RefusedArgumentTest, LetsOrdinaryVolumePathsThrough) {
-    for (const char* argument : {"", "/Volumes/Data", "/Volumes/Time Capsule", "/Volumes/it's", "/Volumes/B\xC3\xBCro",
+    for (const char* argument : {"", "/Volumes/Data", "/Volumes/Time Capsule", "/Volumes/B\xC3\xBCro",
                                  "/Volumes/a;b&c|d*?(1)", "/Volumes/100%"}) {
         EXPECT_FALSE(isRefusedShellArgument("secureEraseFreeSpace", argument, 501)) << argument;
     }

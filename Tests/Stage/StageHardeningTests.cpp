@@ -103,9 +103,25 @@ TEST_F(StageHardeningTest, AThousandKeptNamesAreOneEach) {
     for (int count = 0; count < 1000; ++count) {
         environment.push_back("LC_TIME=C" + std::to_string(count));
     }
+    environment.emplace_back("LC_" + std::string(30, 'A') + "=C"); // no category is that long
     start.environment = environment;
     EXPECT_EQ(recordedRun(start).environment, (Strings{"PATH=/usr/bin:/bin:/usr/sbin:/sbin", "LC_TIME=C0",
                                                        "HOME=/Users/ann", "USER=ann", "LOGNAME=ann"}));
+}
+
+TEST_F(StageHardeningTest, ManyKeptNamesLeaveRoomForTheAccount) {
+    Start start;
+    Strings environment;
+    for (char first = 'A'; first <= 'Z'; ++first) {
+        for (char second = 'A'; second <= 'Z'; ++second) {
+            environment.push_back(std::string("LC_") + first + second + "=" + std::string(64, 'C'));
+        }
+    }
+    start.environment = environment;
+    const Strings seen = recordedRun(start).environment;
+    EXPECT_EQ(seen.front(), "PATH=/usr/bin:/bin:/usr/sbin:/sbin");
+    ASSERT_GT(seen.size(), 3U);
+    EXPECT_EQ(Strings(seen.end() - 3, seen.end()), (Strings{"HOME=/Users/ann", "USER=ann", "LOGNAME=ann"}));
 }
 
 /// The real shell with everything planted that could make it, or a program it starts, run the caller's code.
@@ -273,7 +289,18 @@ TEST_F(StageHardeningTest, MaskAndFolderAreTheToolsOwn) {
     };
     const Recorded seen = recordedRun(start);
     EXPECT_EQ(seen.mask, 022U);
-    EXPECT_EQ(seen.folder, "/");
+    EXPECT_EQ(seen.folder, "/private/var/empty");
+}
+
+TEST_F(StageHardeningTest, WithoutAnEmptyFolderOfRootsTheTaskWorksInTheRootFolder) {
+    ASSERT_EQ(::chmod("/var/empty", 0777), 0);
+    EXPECT_EQ(recordedRun({}).folder, "/");
+    ::unlink("/stage/record");
+    ASSERT_EQ(::rmdir("/var/empty"), 0);
+    Start start;
+    start.words = {"csc"};
+    EXPECT_EQ(run(start).exitCode(), 0);
+    EXPECT_EQ(recorded().at(0).folder, "/");
 }
 
 TEST_F(StageHardeningTest, WithoutNullDeviceNothingIsRun) {
@@ -312,8 +339,8 @@ TEST_F(StageHardeningTest, RootsOwnSettingsAreLeftAlone) {
 
 TEST_F(StageHardeningTest, AnArgumentThatARootShellWouldActOnIsRefused) {
     recordShell();
-    for (const char* argument : {"/Volumes/$(touch /var/log/pwned)", "/Volumes/`id`", "/Volumes/x\"; id; \"",
-                                 "/Volumes/\\", "/Volumes/x\ny"}) {
+    for (const char* argument : {"/Volumes/x'; touch /var/log/pwned; '", "/Volumes/$(touch /var/log/pwned)",
+                                 "/Volumes/`id`", "/Volumes/x\"; id; \"", "/Volumes/\\", "/Volumes/x\ny"}) {
         const Result result = runTool(kAnn, {"secureEraseFreeSpace", argument});
         EXPECT_EQ(result.exitCode(), 1) << argument;
         EXPECT_EQ(result.output, "");

@@ -362,6 +362,21 @@ TEST(StageRunnerHardeningTest, TheCommandsOfARunnerTaskAreNotTheCallers) {
     expectTrashEmpty();
 }
 
+TEST(StageRunnerHardeningTest, ThePieceOfANameBehindANewlineNamesNothing) {
+    ORVANE_NEEDS("suid");
+    // Each line of the list is a path; this name makes two of one, the second without a folder.
+    write("/Users/ann/.Trash/x\nLibrary", "x", kAnn);
+    makeFolder("/Users/ann/Library/Caches/y\nUsers", kAnn);
+    Start start;
+    start.beforeExec = [] { EXPECT_EQ(::chdir("/"), 0); };
+    for (const char* task : {"feat", "cauc", "secureEmptyTrash"}) {
+        start.words = {task};
+        run(start);
+        EXPECT_TRUE(exists("/Library/Preferences")) << task;
+        EXPECT_TRUE(exists("/Users/bob")) << task;
+    }
+}
+
 TEST(StageRunnerHardeningTest, WithoutTheBitARunnerTaskFailsBeforeAnyOutput) {
     ORVANE_NEEDS("users");
     fillTrash();
