@@ -123,10 +123,11 @@ class Environment {
         });
     }
 
-    std::array<char*, 64> pointers_ = {}; ///< the last one is always null
-    std::array<char, 16384> text_ = {};
+    // What is always touched stands together.
     std::size_t count_ = 0;
     std::size_t used_ = 0;
+    std::array<char*, 64> pointers_ = {}; ///< the last one is always null
+    std::array<char, 16384> text_ = {};
 };
 
 void addKeptValues(Environment& environment) {

@@ -256,7 +256,9 @@ bool hasAVX2() {
 std::size_t checkUTF8Blocks(std::string_view bytes) {
     const auto* const start = reinterpret_cast<const unsigned char*>(bytes.data());
 #ifdef ORVANE_AVX2
-    if (hasAVX2()) {
+    // A short text is not worth the question to the processor, which a virtual machine answers slowly.
+    constexpr std::size_t kWorthAsking = 256;
+    if (bytes.size() >= kWorthAsking && hasAVX2()) {
         return checkWideBlocks(start, bytes.size());
     }
 #endif
