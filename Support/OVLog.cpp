@@ -69,7 +69,7 @@ void logToSystem(const std::string& message) {
     SystemLog::platform().write(name.c_str(), message.c_str());
 }
 
-std::string formatted(const char* format, va_list arguments) {
+__attribute__((format(printf, 1, 0))) std::string formatted(const char* format, va_list arguments) {
     va_list again;
     va_copy(again, arguments);
     const int length = std::vsnprintf(nullptr, 0, format, arguments);
