@@ -5,6 +5,7 @@
 //  - the time of expanding 100,000 matches to that of a glob(3) loop that copies the paths.
 // Exits with 1 when one is above its bound.
 
+#include "Benchmarks/Measurement.h"
 #include "Helpers/NSFileManager+Globbing.h"
 #include "Tasks/OVTaskRunner.h"
 
@@ -24,6 +25,8 @@
 
 namespace {
 
+using namespace orvane::bench;
+
 constexpr int kDeletionRounds = 3;
 constexpr int kDeletedFiles = 20000;
 constexpr double kDeletionBound = 1.03;
@@ -32,22 +35,6 @@ constexpr double kMemoryBoundBeyond = 4.0 * 1024 * 1024;
 constexpr int kGlobRounds = 15;
 constexpr int kGlobFiles = 100000;
 constexpr double kGlobBound = 1.15;
-
-[[noreturn]] void fail(const char* what) {
-    std::perror(what);
-    std::exit(2);
-}
-
-double now() {
-    timespec time = {};
-    ::clock_gettime(CLOCK_MONOTONIC, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
-}
-
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
 
 void makeFiles(const std::string& folder, int count) {
     for (int number = 0; number < count; ++number) {

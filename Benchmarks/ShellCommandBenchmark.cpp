@@ -3,6 +3,7 @@
 //
 // ShellCommandBenchmark --write ascii|multibyte: the child of the streaming part.
 
+#include "Benchmarks/Measurement.h"
 #include "Benchmarks/bare_process.h"
 #include "Tasks/OVShellCommand.h"
 
@@ -22,6 +23,7 @@
 namespace {
 
 using namespace orvane;
+using bench::median;
 using Clock = std::chrono::steady_clock;
 using Seconds = std::chrono::duration<double>;
 
@@ -50,11 +52,6 @@ void hold(double value, double bound) {
         allHeld = false;
     }
     std::fflush(stdout);
-}
-
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
 }
 
 double timed(const std::function<void()>& work) {

@@ -2,7 +2,8 @@
 // setuid program can do, started in turn. Prints the ratio of the median times and of the peak memory; exits with 1
 // when a ratio is above its bound.
 
-#include <algorithm>
+#include "Benchmarks/Measurement.h"
+
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -19,21 +20,12 @@
 
 namespace {
 
+using namespace orvane::bench;
+
 constexpr int kRounds = 2000;
 constexpr double kTimeBound = 1.15;
 constexpr double kMemoryBound = 1.5;
 constexpr uid_t kOrdinaryUser = 65534;
-
-[[noreturn]] void fail(const char* what) {
-    std::perror(what);
-    std::exit(2);
-}
-
-double now() {
-    timespec time = {};
-    ::clock_gettime(CLOCK_MONOTONIC, &time);
-    return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_nsec) / 1e3;
-}
 
 [[noreturn]] void execute(const std::string& path) {
     std::string name = "noSuchTask";
@@ -66,7 +58,7 @@ double timeOf(const std::string& path, uid_t user) {
     if (child < 0 || ::waitpid(child, &status, 0) != child) {
         fail("start");
     }
-    const double time = now() - start;
+    const double time = (now() - start) * 1e6;
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 255) {
         std::fprintf(stderr, "%s: unexpected status %d\n", path.c_str(), status);
         std::exit(2);
@@ -104,11 +96,6 @@ double peakMemoryOf(const std::string& path, uid_t user) {
         ::ptrace(PTRACE_CONT, child, nullptr, nullptr);
     }
     return peak;
-}
-
-double median(std::vector<double> values) {
-    std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2), values.end());
-    return values[values.size() / 2];
 }
 
 /// A private copy with the set-user-ID bit, so that both programs start alike.

@@ -23,7 +23,7 @@ constexpr const char* kSecure = "/usr/bin/srm -v -f -r -m --";
 constexpr const char* kForce = "rm -rfv";
 
 /// A runner with a recording world around it.
-class Recorded : public ::testing::Test {
+class Recorded : public ::testing::Test, public test::RecordingWorld {
   protected:
     Recorded() { runner.setDelegate(test::unowned<OVTaskDelegate>(owner)); }
 
@@ -34,19 +34,8 @@ class Recorded : public ::testing::Test {
         return "cat " + listFile(number) + " | xargs -I __FILE__ " + command + " '__FILE__'";
     }
 
-    test::Folder folder;
-    test::HookedCalls calls;
-    test::FakeVolumes volumes;
-    test::FakeAppleScript appleScript;
-    test::FakeProcessInfo processInfo{folder.path};
-    test::RecordingCommands commands;
     test::RecordingDelegate owner;
-    testing::RecordingLog log;
-    OVTaskRunner runner{OVTaskRunnerServices{.calls = calls,
-                                             .volumes = volumes,
-                                             .appleScript = appleScript,
-                                             .processInfo = processInfo,
-                                             .commands = commands}};
+    OVTaskRunner runner{services()};
 };
 
 using RunCommand = Recorded;

@@ -10,22 +10,11 @@ namespace {
 using Lines = std::vector<std::string>;
 using Command = test::RecordingCommands::Run;
 
-class OrvaneToolRunnerRows : public ::testing::Test {
+class OrvaneToolRunnerRows : public ::testing::Test, public test::RecordingWorld {
   protected:
     [[nodiscard]] std::string listFile() const { return folder.at("unique-1/files-to-remove.txt"); }
 
-    test::Folder folder;
-    test::HookedCalls calls;
-    test::FakeVolumes volumes;
-    test::FakeAppleScript appleScript;
-    test::FakeProcessInfo processInfo{folder.path};
-    test::RecordingCommands commands;
-    testing::RecordingLog log;
-    OrvaneTool tool{OVTaskRunnerServices{.calls = calls,
-                                         .volumes = volumes,
-                                         .appleScript = appleScript,
-                                         .processInfo = processInfo,
-                                         .commands = commands}};
+    OrvaneTool tool{services()};
 };
 
 TEST_F(OrvaneToolRunnerRows, DiskUtilityRows) {

@@ -296,4 +296,23 @@ template <typename Value> std::shared_ptr<Value> unowned(Value& value) {
     return std::shared_ptr<Value>(std::shared_ptr<void>(), &value);
 }
 
+/// Everything that a task runner has from outside, recording and faked.
+struct RecordingWorld {
+    Folder folder;
+    HookedCalls calls;
+    FakeVolumes volumes;
+    FakeAppleScript appleScript;
+    FakeProcessInfo processInfo{folder.path};
+    RecordingCommands commands;
+    testing::RecordingLog log;
+
+    [[nodiscard]] OVTaskRunnerServices services() {
+        return {.calls = calls,
+                .volumes = volumes,
+                .appleScript = appleScript,
+                .processInfo = processInfo,
+                .commands = commands};
+    }
+};
+
 } // namespace orvane::test
