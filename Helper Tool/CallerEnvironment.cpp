@@ -147,14 +147,14 @@ void addKeptValues(Environment& environment) {
     }
 }
 
-/// As near to `soft` as the hard limit allows.
+/// Raises the soft limit as near to `soft` as the hard one allows; "no limit" is the largest number there is.
 void setSoftLimit(int resource, rlim_t soft) {
     rlimit limit = {};
     if (::getrlimit(resource, &limit) != 0) {
         return;
     }
     const rlim_t wanted = std::min(soft, limit.rlim_max);
-    if (limit.rlim_cur != wanted) {
+    if (limit.rlim_cur < wanted) {
         limit.rlim_cur = wanted;
         ::setrlimit(resource, &limit);
     }

@@ -6,6 +6,7 @@
 #include "Platform/Volumes.h"
 #include "Tasks/CommandRunner.h"
 #include "Tasks/OVTaskDelegate.h"
+#include "Tasks/OVTaskRunner.h"
 #include "Tests/Fakes/RecordingLog.h"
 
 #include <algorithm>
