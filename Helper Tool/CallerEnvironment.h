@@ -29,8 +29,8 @@ void addCallersAccount(uid_t realUserID);
 /// for a path or a format.
 bool isHarmlessEnvironmentValue(std::string_view value);
 
-/// Whether the argument must not reach the task: the task's line puts it between double quotes for a root
-/// shell, where it would not stay one word, and the real user is not root.
+/// Whether the argument must not reach the task: the task's line puts it between double quotes, and those between
+/// single ones, for a root shell, where it would not stay one word, and the real user is not root.
 bool isRefusedShellArgument(std::string_view taskName, std::string_view argument, uid_t realUserID);
 
 } // namespace orvane
