@@ -3,7 +3,7 @@
 #include "Helper Tool/CallerEnvironment.h"
 #include "Helper Tool/OrvaneTool.h"
 #include "Helpers/NSFileManager+SUIDRoot.h"
-#include "Platform/Bundle.h"
+#include "Platform/Executable.h"
 #include "Platform/SystemCalls.h"
 #include "Support/OVLog.h"
 #include "Support/OVText.h"
@@ -42,7 +42,7 @@ std::string textOfWord(const char* const argv[], int index) {
 class OwnExecutable {
   public:
     OwnExecutable()
-        : path_(Bundle::mainBundle().executablePath()), reference_(Bundle::mainBundle().executableReference()) {}
+        : path_(Executable::current().executablePath()), reference_(Executable::current().executableReference()) {}
 
     /// The path as a message shows it, a missing one as "%@" shows nil.
     [[nodiscard]] const char* text() const { return path_ ? path_->c_str() : "(null)"; }

@@ -2,24 +2,30 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace orvane {
 
-/// What the running program knows of itself: `NSBundle`'s `mainBundle` for a bare tool.
+/// The application's bundle (`NSBundle`'s `mainBundle`): what stands beside the running program for it.
+///
+/// Without the framework it is the folder that holds the executable, or the bundle around it where that folder is
+/// ".../Contents/MacOS": resources stand in "Resources", texts in the user's language in
+/// "Resources/<language>.lproj/Localizable.strings".
 class Bundle {
   public:
-    /// The bundle of the running executable. Lives for ever; may be used from any thread.
-    static Bundle& mainBundle();
+    /// That of the running process. Lives for ever; may be used from any thread.
+    static Bundle& platform();
 
-    /// `executablePath`: the absolute path of the running executable, from the kernel, never from `argv[0]`;
-    /// nothing when the kernel cannot tell.
-    virtual std::optional<std::string> executablePath() = 0;
+    /// `bundleIdentifier`: nothing for a program without a bundle.
+    virtual std::optional<std::string> bundleIdentifier() = 0;
 
-    /// A path that keeps naming the file that is being executed, whatever is renamed or linked at
-    /// `executablePath` meanwhile (`/proc/self/exe`, `/.vol/<device>/<inode>`); nothing where the system has
-    /// no such name. Changes to owner and mode of the running executable go through this one, or a caller who
-    /// owns the folder could swap the file between the question and the change.
-    virtual std::optional<std::string> executableReference() = 0;
+    /// `pathForResource:ofType:`: the absolute path of the resource, that in the user's language first; nothing when
+    /// there is none.
+    virtual std::optional<std::string> pathForResource(std::string_view name, std::string_view ofType) = 0;
+
+    /// `localizedStringForKey:value:table:` with an empty value and the default table: the text in the user's
+    /// language; the key itself where there is no table, or none with the key.
+    virtual std::string localizedString(std::string_view key) = 0;
 
   protected:
     Bundle() = default;

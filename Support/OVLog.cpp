@@ -1,6 +1,6 @@
 #include "Support/OVLog.h"
 
-#include "Platform/Bundle.h"
+#include "Platform/Executable.h"
 #include "Platform/Process.h"
 #include "Platform/SystemLog.h"
 #include "Support/OVPath.h"
@@ -26,7 +26,7 @@ constinit std::atomic<OVLogSink*> currentSink{nullptr};
 /// The kernel's name for the executable. The folder may be the caller's, so the name is made fit for one
 /// line.
 std::string processName() {
-    const auto path = Bundle::mainBundle().executablePath();
+    const auto path = Executable::current().executablePath();
     std::string name = lastPathComponent(path.value_or("OrvaneTool"));
     for (char& c : name) {
         if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) {

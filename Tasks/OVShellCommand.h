@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/ChildProcess.h"
+#include "Platform/MachineWord.h"
 #include "Platform/SystemCalls.h"
 
 #include <cstdint>
@@ -10,9 +11,6 @@
 #include <vector>
 
 namespace orvane {
-
-/// The machine word: 32 bits on a 32-bit build, 64 on a 64-bit one.
-using NSInteger = std::intptr_t;
 
 /// What a run returns. Any other result is the child's own exit code (1 to 255), or -1 when the child could
 /// not be started or its end could not be learnt.

@@ -1,12 +1,11 @@
 #include "Support/OVAssert.h"
 #include "Support/OVPath.h"
 #include "Tasks/OVTaskRunner.h"
+#include "Tasks/OVTaskStatus.h"
 
 namespace orvane {
 
 namespace {
-
-constexpr std::int32_t kCancelled = 2;
 
 constexpr std::string_view kSecureDeletion = "/usr/bin/srm -v -f -r -m --";
 constexpr std::string_view kForcedDeletion = "rm -rfv";
@@ -27,12 +26,12 @@ std::int32_t OVTaskRunner::forceDeleteItemsAtGlobs(const std::vector<std::string
 
 std::int32_t OVTaskRunner::secureDeleteFiles() {
     const auto paths = promptForFiles();
-    return paths ? secureDeleteItemsAtPaths(*paths) : kCancelled;
+    return paths ? secureDeleteItemsAtPaths(*paths) : kTaskCancelled;
 }
 
 std::int32_t OVTaskRunner::forceDeleteFiles() {
     const auto paths = promptForFiles();
-    return paths ? forceDeleteItemsAtPaths(*paths) : kCancelled;
+    return paths ? forceDeleteItemsAtPaths(*paths) : kTaskCancelled;
 }
 
 std::int32_t OVTaskRunner::secureEmptyTrash() {
@@ -54,7 +53,7 @@ std::int32_t OVTaskRunner::removeDSStoreFilesInHomeFolder() {
 
 std::int32_t OVTaskRunner::removeDSStoreFilesInFolder() {
     const auto folder = promptForFolder();
-    return folder ? removeDSStoreFilesInPath(*folder) : kCancelled;
+    return folder ? removeDSStoreFilesInPath(*folder) : kTaskCancelled;
 }
 
 std::optional<std::vector<std::string>> OVTaskRunner::promptForFiles() {

@@ -5,6 +5,7 @@
 #include "Support/OVFile.h"
 #include "Support/OVLog.h"
 #include "Support/OVPath.h"
+#include "Tasks/OVTaskStatus.h"
 
 #include <cerrno>
 #include <iterator>
@@ -13,10 +14,6 @@
 namespace orvane {
 
 namespace {
-
-constexpr std::int32_t kSuccess = 0;
-constexpr std::int32_t kFailure = 1;
-constexpr std::int32_t kCancelled = 2;
 
 /// The list names files in folders that only their user may read.
 constexpr mode_t kListFileMode = 0600;
@@ -62,17 +59,17 @@ void OVTaskRunner::setDelegate(std::shared_ptr<OVTaskDelegate> delegate) {
 std::int32_t OVTaskRunner::runCommand(const std::string& path, const std::vector<std::string>& arguments) {
     const CommandRunner::Outcome outcome = services_.commands.runCommandAtPath(path, arguments, this);
     if (outcome.result == OVShellCommandSuccess) {
-        return kSuccess;
+        return kTaskSuccess;
     }
     if (outcome.result == OVShellCommandCancelled) {
-        return kCancelled;
+        return kTaskCancelled;
     }
     if (outcome.result == OVShellCommandCancelFailed) {
         OVLogMethod("-[OVTaskRunner runCommand:arguments:]", "ERROR: cancel unexpectedly failed for %s (pid: %d)",
                     path.c_str(), outcome.processID);
-        return kCancelled; // deliberately no failure: the owner asked for a cancel
+        return kTaskCancelled; // deliberately no failure: the owner asked for a cancel
     }
-    return kFailure;
+    return kTaskFailure;
 }
 
 std::int32_t OVTaskRunner::runBashCommand(const std::string& command) {
@@ -84,28 +81,28 @@ std::int32_t OVTaskRunner::runBashCommand(std::string_view command, const std::v
     const auto folder = TemporaryDirectory::createTemporaryDirectory(services_.calls, services_.processInfo);
     if (!folder) {
         OVLogMethod(kMethod, "Error creating temporary directory for paths file");
-        return kFailure;
+        return kTaskFailure;
     }
     const std::string listFile = stringByAppendingPathComponent(*folder, "files-to-remove.txt");
     if (const std::int32_t error = writePaths(onItemsAtPaths, listFile, services_.calls); error != 0) {
         OVLogMethod(kMethod, "Error writing paths to file: %s", errorDescription(error).c_str());
-        return kFailure;
+        return kTaskFailure;
     }
     const std::int32_t status =
         runBashCommand("cat " + listFile + " | xargs -I __FILE__ " + std::string(command) + " '__FILE__'");
     if (services_.calls.unlink(listFile.c_str()) != 0) {
         OVLogMethod(kMethod, "Error removing temporary paths file: %s", errorDescription(errno).c_str());
-        return kFailure;
+        return kTaskFailure;
     }
     return status; // the folder deliberately stays
 }
 
 std::int32_t OVTaskRunner::runAppleScript(const std::string& source) {
-    return services_.appleScript.execute(source) ? kSuccess : kFailure;
+    return services_.appleScript.execute(source) ? kTaskSuccess : kTaskFailure;
 }
 
 std::int32_t OVTaskRunner::runAuthorizedTask(const void* /*task*/) {
-    return kFailure; // deliberately
+    return kTaskFailure; // deliberately
 }
 
 std::vector<std::string> OVTaskRunner::pathsByExpandingGlobs(const std::vector<std::string>& globs) {

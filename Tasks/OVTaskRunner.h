@@ -1,9 +1,19 @@
 #pragma once
 
+#include "Platform/AlertPanel.h"
 #include "Platform/AppleScript.h"
+#include "Platform/Bundle.h"
+#include "Platform/Clock.h"
+#include "Platform/FileManager.h"
+#include "Platform/Gestalt.h"
+#include "Platform/HostMemory.h"
+#include "Platform/Locale.h"
+#include "Platform/Pasteboard.h"
 #include "Platform/ProcessInfo.h"
 #include "Platform/SystemCalls.h"
+#include "Platform/UserDefaults.h"
 #include "Platform/Volumes.h"
+#include "Platform/Workspace.h"
 #include "Tasks/CommandRunner.h"
 #include "Tasks/OVShellCommand.h"
 #include "Tasks/OVTaskDelegate.h"
@@ -35,6 +45,12 @@ extern const char* const kOVSecureEraseFreeSpaceTempFilename;
 /// One mounted volume: the five keys above.
 using OVVolumeDictionary = std::map<std::string, std::variant<std::string, std::uint64_t, bool>, std::less<>>;
 
+// Browsers, as `cleanBrowserCache:` and `cleanBrowserHistory:` name them. Compared exactly.
+extern const char* const kOVBrowserSafari;  ///< "com.apple.safari"
+extern const char* const kOVBrowserFirefox; ///< "org.mozilla.firefox"
+extern const char* const kOVBrowserChrome;  ///< "com.google.chrome"
+extern const char* const kOVBrowsersAll;    ///< "ALL_BROWSERS": all three
+
 /// What the runner has from outside. Everything must outlive it.
 struct OVTaskRunnerServices {
     SystemCalls& calls = SystemCalls::platform();
@@ -42,6 +58,23 @@ struct OVTaskRunnerServices {
     AppleScript& appleScript = AppleScript::platform();
     ProcessInfo& processInfo = ProcessInfo::platform();
     CommandRunner& commands = CommandRunner::shellCommands();
+
+    // What only an application's own tasks use. Null stands for the platform's own, which the task asks for when it
+    // runs: a program that runs none of these tasks, as the tool, has none of them linked.
+    AlertPanel* alertPanel = nullptr;
+    Bundle* bundle = nullptr;
+    Clock* clock = nullptr;
+    FileManager* fileManager = nullptr;
+    Gestalt* gestalt = nullptr;
+    HostMemory* hostMemory = nullptr;
+    Locale* locale = nullptr;
+    UserDefaultsFactory* userDefaults = nullptr;
+    Workspace* workspace = nullptr;
+
+    /// The service that was handed in, else the platform's own.
+    template <typename Service> static Service& orPlatform(Service* service) {
+        return service != nullptr ? *service : Service::platform();
+    }
 };
 
 /// The catalogue of maintenance tasks.
@@ -205,6 +238,144 @@ class OVTaskRunner : public OVShellCommandDelegate {
     /// `cleanStaleTemporaryFiles`: removes the files of interrupted free-space erasures beneath
     /// "/var/folders" and at the top of the volumes in "/Volumes". Prints nothing.
     std::int32_t cleanStaleTemporaryFiles();
+
+    // Applications, restart and shutdown.
+
+    /// `quitAllApplications`: asks every foreground application to quit but the process's own and the Finder, tells the
+    /// owner of each, and waits for none. A process without a bundle identifier deliberately spares nobody, not even
+    /// the Finder. Always 0.
+    std::int32_t quitAllApplications();
+
+    /// `forceQuitApplication:`: ends the application's process at once (`kill` with `SIGKILL`). Failure for an
+    /// application that has ended or is null: nothing is signalled then.
+    std::int32_t forceQuitApplication(const std::shared_ptr<RunningApplication>& application);
+
+    /// `runningForegroundApplications`: the running applications with a Dock icon and a menu bar
+    /// (`kActivationPolicyRegular`), in the workspace's order.
+    std::vector<std::shared_ptr<RunningApplication>> runningForegroundApplications();
+
+    /// `relaunchApplication:`: `forceQuitApplication:`, 1 second, then a launch of the application's bundle, whose
+    /// success is the result. Blocks for that second.
+    std::int32_t relaunchApplication(const std::shared_ptr<RunningApplication>& application);
+
+    /// `relaunchFinder`: by AppleScript, quits the Finder and activates it after 2 seconds.
+    std::int32_t relaunchFinder();
+
+    /// `relaunchDock`: by AppleScript, asks the Dock to quit; the system starts it again.
+    std::int32_t relaunchDock();
+
+    /// `relaunchSystemMenu`: "/usr/bin/killall -SIGHUP SystemUIServer", which makes the menu-bar extras start again.
+    std::int32_t relaunchSystemMenu();
+
+    /// `restartAirport`: switches the wireless network interface off and, after 1.5 seconds, on ("networksetup").
+    /// Returns the status of the second; blocks meanwhile.
+    std::int32_t restartAirport();
+
+    /// `turnOnScreensaver`: launches the screen saver; failure when the workspace did not.
+    std::int32_t turnOnScreensaver();
+
+    /// `restartOrShutdown`: asks the user in a modal panel, then does `restart` or `shutdown`; 2 when the user wants
+    /// neither.
+    std::int32_t restartOrShutdown();
+
+    /// `restart`: asks the system by AppleScript for a normal restart, which applications can still object to.
+    std::int32_t restart();
+
+    /// `shutdown`: the same for a shutdown.
+    std::int32_t shutdown();
+
+    // Cleaning.
+
+    /// `cleanUserCache`: force-deletes what lies in the user's cache folder and in those of sandboxed applications.
+    std::int32_t cleanUserCache();
+
+    /// `cleanDashboardCache`: force-deletes the Dashboard's cache, then `relaunchDock`; the deletion's status.
+    std::int32_t cleanDashboardCache();
+
+    /// `cleanBrowserCache:`: force-deletes the caches of the browser, or of all of them (`kOVBrowsersAll`). Any other
+    /// name deletes nothing and is a success.
+    std::int32_t cleanBrowserCache(std::string_view browser);
+
+    /// `cleanBrowserHistory:`: the same for the histories.
+    std::int32_t cleanBrowserHistory(std::string_view browser);
+
+    /// `cleanDesktop`: moves the visible items of the user's desktop into a new dated folder in the owner's
+    /// `archiveDesktopPath`; 2 when the owner has none.
+    std::int32_t cleanDesktop();
+
+    /// `vacuumAppleMailIndex`: compacts every "Envelope Index" beneath the user's Mail folder with `sqlite3` and lists
+    /// them. A home path with blanks deliberately breaks the line.
+    std::int32_t vacuumAppleMailIndex();
+
+    /// `rebuildLaunchServices`: rebuilds the Launch Services database, without the lines of error -10811, then
+    /// `relaunchFinder`; the line's status.
+    std::int32_t rebuildLaunchServices();
+
+    // Large files.
+
+    /// `findLargeFilesInPath:`: fills the saved-search template of the application's bundle
+    /// ("LargeFilesTemplate.savedSearch") with the owner's `largeFilesSize` and the folder, writes it to the temporary
+    /// folder and opens it with the Finder. A failure is told to the owner as one text.
+    std::int32_t findLargeFilesInPath(const std::string& path);
+
+    // Memory.
+
+    /// `freeMemory`: walks the start-up volume for 20 seconds, so that the system gives memory back, and tells the
+    /// owner how much more is free; the walk's status when it is not 0.
+    std::int32_t freeMemory();
+
+    // Settings.
+
+    /// `isDashboardOn`: on when nothing is stored.
+    bool isDashboardOn();
+
+    /// `toggleDashboard`, then `relaunchDock`, whose status is the result, as with every toggle: a failed write goes
+    /// unnoticed.
+    std::int32_t toggleDashboard();
+
+    /// `showInvisibleFiles`: whether the Finder shows them; off when nothing is stored.
+    bool showInvisibleFiles();
+
+    /// `toggleInvisibleFiles`, then `relaunchFinder`.
+    std::int32_t toggleInvisibleFiles();
+
+    /// `showDownloadWarning`: deliberately off when nothing is stored.
+    bool showDownloadWarning();
+
+    /// `toggleDownloadWarning`, then `relaunchFinder`.
+    std::int32_t toggleDownloadWarning();
+
+    /// `screenshotFormats`: "JPG", "PNG", "PDF", "TIFF".
+    std::vector<std::string> screenshotFormats();
+
+    /// `screenshotFormat`: what is stored, in lower case if it was set here; nothing when nothing is.
+    std::optional<PropertyListValue> screenshotFormat();
+
+    /// `setScreenshotFormat:`: stores the name in lower case, then `relaunchSystemMenu`.
+    std::int32_t setScreenshotFormat(std::string_view format);
+
+    /// `screenshotHasShadow`: yes when nothing is stored.
+    bool screenshotHasShadow();
+
+    /// `toggleScreenshotShadow`, then `relaunchSystemMenu`.
+    std::int32_t toggleScreenshotShadow();
+
+    /// `objectForKey:defaults:`: the value in the persistent domain of that name; nothing without the domain or the
+    /// key.
+    std::optional<PropertyListValue> objectForKey(const std::string& key, const std::string& defaults);
+
+    /// `setObject:forKey:defaults:`: stores the value in the persistent domain of that name, which is made when there
+    /// is none, beside what else is in it, and has it written at once. A failure is not reported.
+    void setObject(const PropertyListValue& object, const std::string& forKey, const std::string& defaults);
+
+    // The clipboard.
+
+    /// `restoreItemsFromPasteboard:`: on the `pasteboardServer`; failure when it could not write to the clipboard, or
+    /// there is no server.
+    std::int32_t restoreItemsFromPasteboard(const std::shared_ptr<Pasteboard>& pasteboard);
+
+    /// `clearPasteboardHistory`: `clearHistory` of the `pasteboardServer`. Always 0.
+    std::int32_t clearPasteboardHistory();
 
   private:
     /// A property that the end of its holder does not release.

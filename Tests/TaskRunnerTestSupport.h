@@ -7,6 +7,7 @@
 #include "Tasks/CommandRunner.h"
 #include "Tasks/OVTaskDelegate.h"
 #include "Tasks/OVTaskRunner.h"
+#include "Tests/Fakes/FakeServices.h"
 #include "Tests/Fakes/RecordingLog.h"
 
 #include <algorithm>
@@ -211,12 +212,17 @@ class FakeVolumes final : public Volumes {
 
 class FakeAppleScript final : public AppleScript {
   public:
+    explicit FakeAppleScript(Events& events) : events_(events) {}
     bool execute(const std::string& source) override {
+        events_.emplace_back("script");
         sources.push_back(source);
         return result;
     }
     std::vector<std::string> sources;
     bool result = true;
+
+  private:
+    Events& events_;
 };
 
 /// Runs nothing and remembers what was to be run.
@@ -228,8 +234,11 @@ class RecordingCommands final : public CommandRunner {
         bool operator==(const Run&) const = default;
     };
 
+    explicit RecordingCommands(Events& events) : events_(events) {}
+
     Outcome runCommandAtPath(const std::string& path, const std::vector<std::string>& arguments,
                              OVShellCommandDelegate* delegate) override {
+        events_.push_back("run " + path);
         runs.push_back({path, arguments});
         delegates.push_back(delegate);
         if (during) {
@@ -260,6 +269,9 @@ class RecordingCommands final : public CommandRunner {
     std::function<void(OVShellCommandDelegate&)> during;
     std::vector<Run> runs;
     std::vector<OVShellCommandDelegate*> delegates;
+
+  private:
+    Events& events_;
 };
 
 class RecordingDelegate final : public OVTaskDelegate {
@@ -274,8 +286,8 @@ class RecordingDelegate final : public OVTaskDelegate {
         ++cancelQuestions;
         return cancels || (cancelsAfter != 0 && cancelQuestions > cancelsAfter);
     }
-    std::optional<std::string> archiveDesktopPath() override { return std::nullopt; }
-    std::uint64_t largeFilesSize() override { return 0; }
+    std::optional<std::string> archiveDesktopPath() override { return archive; }
+    std::uint64_t largeFilesSize() override { return size; }
     std::optional<std::vector<std::string>> inputPathsWithDirectoriesOnly(bool directoriesOnly,
                                                                           bool allowsMultipleSelection) override {
         prompts.emplace_back(directoriesOnly, allowsMultipleSelection);
@@ -288,6 +300,8 @@ class RecordingDelegate final : public OVTaskDelegate {
     int taskMessages = 0;
     bool cancels = false;
     int cancelsAfter = 0; ///< how many cancel questions are answered with no before the first yes; 0 for all
+    std::optional<std::string> archive;
+    std::uint64_t size = 0;
     std::optional<std::vector<std::string>> input;
     std::vector<std::pair<bool, bool>> prompts;
 };
@@ -300,11 +314,21 @@ template <typename Value> std::shared_ptr<Value> unowned(Value& value) {
 /// Everything that a task runner has from outside, recording and faked.
 struct RecordingWorld {
     Folder folder;
+    Events events; ///< what was asked of the fakes, in order
     HookedCalls calls;
     FakeVolumes volumes;
-    FakeAppleScript appleScript;
+    FakeAppleScript appleScript{events};
     FakeProcessInfo processInfo{folder.path};
-    RecordingCommands commands;
+    RecordingCommands commands{events};
+    FakeAlertPanel alertPanel{events};
+    FakeBundle bundle;
+    FakeClock clock{events};
+    FakeFileManager fileManager{events};
+    FakeGestalt gestalt;
+    FakeHostMemory hostMemory;
+    FakeLocale locale;
+    FakeUserDefaultsFactory userDefaults{events};
+    FakeWorkspace workspace{events};
     testing::RecordingLog log;
 
     [[nodiscard]] OVTaskRunnerServices services() {
@@ -312,7 +336,16 @@ struct RecordingWorld {
                 .volumes = volumes,
                 .appleScript = appleScript,
                 .processInfo = processInfo,
-                .commands = commands};
+                .commands = commands,
+                .alertPanel = &alertPanel,
+                .bundle = &bundle,
+                .clock = &clock,
+                .fileManager = &fileManager,
+                .gestalt = &gestalt,
+                .hostMemory = &hostMemory,
+                .locale = &locale,
+                .userDefaults = &userDefaults,
+                .workspace = &workspace};
     }
 };
 

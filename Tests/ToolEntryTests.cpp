@@ -1,6 +1,6 @@
 #include "Helper Tool/ToolEntry.h"
 
-#include "Platform/Bundle.h"
+#include "Platform/Executable.h"
 
 #include <array>
 #include <gtest/gtest.h>
@@ -36,12 +36,12 @@ TEST(ToolEntryDeathTest, AFirstWordThatIsNoTextEndsTheProcessWithAMessage) {
                 "Command-line tool: word 1 of the command line is not valid UTF-8, nothing was run");
 }
 
-TEST(MainBundleTest, KnowsTheRunningExecutableFromTheKernel) {
-    const auto path = Bundle::mainBundle().executablePath();
+TEST(ExecutableTest, KnowsTheRunningExecutableFromTheKernel) {
+    const auto path = Executable::current().executablePath();
     ASSERT_TRUE(path.has_value());
     EXPECT_EQ(path->front(), '/');
     EXPECT_EQ(::access(path->c_str(), X_OK), 0) << *path;
-    const auto reference = Bundle::mainBundle().executableReference();
+    const auto reference = Executable::current().executableReference();
     ASSERT_TRUE(reference.has_value());
     struct stat byPath = {};
     struct stat byReference = {};

@@ -1,4 +1,4 @@
-#include "Platform/Bundle.h"
+#include "Platform/Executable.h"
 
 #include <array>
 #include <climits>
@@ -12,7 +12,7 @@ namespace {
 
 constexpr const char* kSelf = "/proc/self/exe";
 
-class LinuxBundle final : public Bundle {
+class LinuxExecutable final : public Executable {
   public:
     std::optional<std::string> executablePath() override {
         std::array<char, PATH_MAX> path; // NOLINT(cppcoreguidelines-pro-type-member-init)
@@ -40,9 +40,9 @@ class LinuxBundle final : public Bundle {
 
 } // namespace
 
-Bundle& Bundle::mainBundle() {
-    static constinit LinuxBundle bundle;
-    return bundle;
+Executable& Executable::current() {
+    static constinit LinuxExecutable executable;
+    return executable;
 }
 
 } // namespace orvane

@@ -1,4 +1,4 @@
-#include "Platform/Bundle.h"
+#include "Platform/Executable.h"
 
 #include <array>
 #include <cstdint>
@@ -13,7 +13,7 @@ namespace orvane {
 
 namespace {
 
-class DarwinBundle final : public Bundle {
+class DarwinExecutable final : public Executable {
   public:
     std::optional<std::string> executablePath() override {
         // The kernel's own record of what was executed: _NSGetExecutablePath repeats what the caller passed
@@ -49,9 +49,9 @@ class DarwinBundle final : public Bundle {
 
 } // namespace
 
-Bundle& Bundle::mainBundle() {
-    static constinit DarwinBundle bundle;
-    return bundle;
+Executable& Executable::current() {
+    static constinit DarwinExecutable executable;
+    return executable;
 }
 
 } // namespace orvane

@@ -1,0 +1,3 @@
+#include "Helpers/NSFileManager+UniqueDestination.h"
+
+namespace orvane {} // namespace orvane

@@ -1,0 +1,3 @@
+#include "Platform/Pasteboard.h"
+
+namespace orvane {} // namespace orvane

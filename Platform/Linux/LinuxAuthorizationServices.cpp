@@ -1,0 +1,3 @@
+#include "Platform/AuthorizationServices.h"
+
+namespace orvane {} // namespace orvane

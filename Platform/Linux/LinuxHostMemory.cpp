@@ -1,0 +1,3 @@
+#include "Platform/HostMemory.h"
+
+namespace orvane {} // namespace orvane

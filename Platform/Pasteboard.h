@@ -1,0 +1,103 @@
+#pragma once
+
+#include "Platform/MachineWord.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orvane {
+
+/// Immutable bytes of a pasteboard (`NSData`), shared by whoever holds them and never copied on the way.
+class PasteboardData {
+  public:
+    /// The bytes; valid as long as the object.
+    [[nodiscard]] virtual std::string_view bytes() const = 0;
+
+    /// `description`: how "%@" shows the data in a log line; short, however much data there is.
+    [[nodiscard]] virtual std::string description() const = 0;
+
+    PasteboardData(const PasteboardData&) = delete;
+    PasteboardData& operator=(const PasteboardData&) = delete;
+    virtual ~PasteboardData() = default;
+
+  protected:
+    PasteboardData() = default;
+};
+
+/// One item on a pasteboard, or on its way to one (`NSPasteboardItem`): the same content in several types.
+class PasteboardItem {
+  public:
+    /// `types`: the uniform type identifiers in the item's order.
+    virtual std::vector<std::string> types() = 0;
+
+    /// `dataForType:`: the bytes of that type; null when the item has none or its owner does not hand them out.
+    virtual std::shared_ptr<const PasteboardData> dataForType(const std::string& type) = 0;
+
+    /// `setData:forType:`: false when the item does not take them.
+    virtual bool setData(const std::shared_ptr<const PasteboardData>& data, const std::string& forType) = 0;
+
+    PasteboardItem(const PasteboardItem&) = delete;
+    PasteboardItem& operator=(const PasteboardItem&) = delete;
+    virtual ~PasteboardItem() = default;
+
+  protected:
+    PasteboardItem() = default;
+};
+
+using PasteboardItems = std::vector<std::shared_ptr<PasteboardItem>>;
+
+/// One pasteboard (`NSPasteboard`). Releasing the object does not take its content out of the pasteboard service.
+class Pasteboard {
+  public:
+    /// `changeCount`: another number than before whenever the content changed owner.
+    virtual NSInteger changeCount() = 0;
+
+    /// `readObjectsForClasses:options:` with the class `NSPasteboardItem` alone and no options; empty when there is
+    /// nothing to read.
+    virtual PasteboardItems readItems() = 0;
+
+    /// `pasteboardItems`; empty when there are none.
+    virtual PasteboardItems pasteboardItems() = 0;
+
+    /// `clearContents`.
+    virtual void clearContents() = 0;
+
+    /// `writeObjects:`: the items become part of the content; false when they could not be written. An item can be
+    /// written once, to one pasteboard.
+    virtual bool writeObjects(const PasteboardItems& items) = 0;
+
+    Pasteboard(const Pasteboard&) = delete;
+    Pasteboard& operator=(const Pasteboard&) = delete;
+    virtual ~Pasteboard() = default;
+
+  protected:
+    Pasteboard() = default;
+};
+
+/// The system's pasteboards. Used on the thread that polls.
+class PasteboardService {
+  public:
+    /// That of the user's session. Without a desktop the general pasteboard is empty for ever and takes nothing.
+    /// Lives for ever.
+    static PasteboardService& platform();
+
+    /// `generalPasteboard`: the clipboard.
+    virtual std::shared_ptr<Pasteboard> generalPasteboard() = 0;
+
+    /// `pasteboardWithUniqueName`: a new pasteboard that no other process knows.
+    virtual std::shared_ptr<Pasteboard> pasteboardWithUniqueName() = 0;
+
+    /// A new, empty `NSPasteboardItem`.
+    virtual std::shared_ptr<PasteboardItem> newItem() = 0;
+
+  protected:
+    PasteboardService() = default;
+    PasteboardService(const PasteboardService&) = default;
+    PasteboardService& operator=(const PasteboardService&) = default;
+    ~PasteboardService() = default;
+};
+
+} // namespace orvane

@@ -1,0 +1,3 @@
+#include "Platform/Gestalt.h"
+
+namespace orvane {} // namespace orvane

@@ -1,0 +1,3 @@
+#include "Platform/Locale.h"
+
+namespace orvane {} // namespace orvane

@@ -1,0 +1,3 @@
+#include "Platform/Bundle.h"
+
+namespace orvane {} // namespace orvane

@@ -1,0 +1,3 @@
+#include "Support/OVFormat.h"
+
+namespace orvane {} // namespace orvane

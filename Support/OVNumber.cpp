@@ -1,0 +1,3 @@
+#include "Support/OVNumber.h"
+
+namespace orvane {} // namespace orvane

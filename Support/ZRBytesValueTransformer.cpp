@@ -1,0 +1,3 @@
+#include "Support/ZRBytesValueTransformer.h"
+
+namespace orvane {} // namespace orvane

@@ -1,0 +1,3 @@
+#include "Support/ZRSystemVersion.h"
+
+namespace orvane {} // namespace orvane

@@ -1,0 +1,3 @@
+#include "Tasks/OVMemoryStatistics.h"
+
+namespace orvane {} // namespace orvane

@@ -1,0 +1,3 @@
+#include "Tasks/OVTaskRunner.h"
+
+namespace orvane {} // namespace orvane
