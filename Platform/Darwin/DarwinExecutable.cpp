@@ -1,11 +1,10 @@
 #include "Platform/Executable.h"
 
 #include <array>
+#include <crt_externs.h>
 #include <cstdint>
 #include <cstdio>
 #include <libproc.h>
-#include <mach-o/dyld.h>
-#include <mach-o/ldsyms.h>
 #include <sys/proc_info.h>
 #include <unistd.h>
 
@@ -30,7 +29,7 @@ class DarwinExecutable final : public Executable {
         // Which file is mapped where this program's header lies; the volume file system then names it by
         // number.
         proc_regionwithpathinfo region = {};
-        const auto header = reinterpret_cast<std::uintptr_t>(&_mh_execute_header);
+        const auto header = reinterpret_cast<std::uintptr_t>(::_NSGetMachExecuteHeader());
         const int size =
             ::proc_pidinfo(::getpid(), PROC_PIDREGIONPATHINFO, header, &region, static_cast<int>(sizeof region));
         if (size != static_cast<int>(sizeof region)) {

@@ -1,0 +1,22 @@
+# Builds for macOS on another system: zig brings Darwin's C headers, libSystem's symbols and a C++ library of its own.
+# ORVANE_ZIG is the compiler's path, ORVANE_MACOS_TARGET what it builds for; script/cross-build gives both.
+set(CMAKE_SYSTEM_NAME Darwin)
+string(REGEX REPLACE "-.*" "" CMAKE_SYSTEM_PROCESSOR "${ORVANE_MACOS_TARGET}")
+
+set(CMAKE_C_COMPILER "${ORVANE_ZIG}" cc -target "${ORVANE_MACOS_TARGET}")
+set(CMAKE_CXX_COMPILER "${ORVANE_ZIG}" c++ -target "${ORVANE_MACOS_TARGET}")
+find_program(CMAKE_AR llvm-ar REQUIRED)
+find_program(CMAKE_RANLIB llvm-ranlib REQUIRED)
+
+# What a trial would find out, were zig not to refuse its options. A linked trial would also have the C++ library built
+# in one more variant.
+set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
+set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES ORVANE_ZIG ORVANE_MACOS_TARGET)
+set(CMAKE_SIZEOF_VOID_P 8)
+foreach(language C CXX)
+  set(CMAKE_${language}_ABI_COMPILED TRUE)
+  set(CMAKE_${language}_LINK_PIE_SUPPORTED NO)
+  set(CMAKE_${language}_LINK_NO_PIE_SUPPORTED NO)
+endforeach()
+# zig refuses -fPIE for an object file; for this system every executable is position independent anyway.
+set(CMAKE_USER_MAKE_RULES_OVERRIDE_CXX "${CMAKE_CURRENT_LIST_DIR}/zig-rules.cmake")
