@@ -2,9 +2,9 @@
 
 #include "Support/OVLog.h"
 
-#include <array>
 #include <cstring>
 #include <utility>
+#include <vector>
 
 namespace orvane {
 
@@ -14,11 +14,6 @@ constexpr const char* kAdministratorRight = "system.privilege.admin";
 
 /// The framework asks the user itself where that is needed.
 constexpr std::uint32_t kAskAndExtend = kAuthorizationInteractionAllowed | kAuthorizationExtendRights;
-
-/// Argument vectors are not const, though nobody writes to them.
-char* argument(const char* text) {
-    return const_cast<char*>(text); // NOLINT(cppcoreguidelines-pro-type-const-cast)
-}
 
 } // namespace
 
@@ -84,27 +79,37 @@ std::int32_t OVAuthorization::runWithPriviliges(char* const* arguments) {
     return status;
 }
 
-std::int32_t OVAuthorization::runProgram(const char* program, char* const* arguments) {
+std::int32_t OVAuthorization::runProgram(const char* program, std::initializer_list<const char*> arguments) {
+    // Copies: an argument may be the very tool path that is about to change.
+    std::vector<std::string> copies;
+    copies.reserve(arguments.size());
+    for (const char* const* next = arguments.begin(); next != arguments.end() && *next != nullptr; ++next) {
+        copies.emplace_back(*next);
+    }
+    std::vector<char*> vector;
+    vector.reserve(copies.size() + 1);
+    for (std::string& copy : copies) {
+        vector.push_back(copy.data());
+    }
+    vector.push_back(nullptr);
+
     std::optional<std::string> saved = toolPath_;
     setToolPath(program);
-    const std::int32_t status = runWithPriviliges(arguments);
+    const std::int32_t status = runWithPriviliges(vector.data());
     setToolPath(std::move(saved));
     return status;
 }
 
 std::int32_t OVAuthorization::removeWithPriviliges(const char* path) {
-    const std::array arguments = {argument("-rf"), argument(path), argument(nullptr)};
-    return runProgram("/bin/rm", arguments.data());
+    return runProgram("/bin/rm", {"-rf", path});
 }
 
 std::int32_t OVAuthorization::copyWithPriviliges(const char* path, const char* to) {
-    const std::array arguments = {argument("-f"), argument(path), argument(to), argument(nullptr)};
-    return runProgram("/bin/cp", arguments.data());
+    return runProgram("/bin/cp", {"-f", path, to});
 }
 
 std::int32_t OVAuthorization::createDirectoryAtPath(const char* path) {
-    const std::array arguments = {argument("-p"), argument(path), argument(nullptr)};
-    return runProgram("/bin/mkdir", arguments.data());
+    return runProgram("/bin/mkdir", {"-p", path});
 }
 
 std::int32_t OVAuthorization::runToolWithPriviliges(const std::optional<std::string>& toolPath, char* const* arguments,

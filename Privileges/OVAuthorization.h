@@ -4,6 +4,7 @@
 #include "Platform/SystemCalls.h"
 
 #include <cstdint>
+#include <initializer_list>
 #include <optional>
 #include <string>
 
@@ -80,7 +81,7 @@ class OVAuthorization {
   private:
     /// `fileSystemRepresentation` of the tool path: null for none.
     [[nodiscard]] const char* toolRepresentation() const;
-    std::int32_t runProgram(const char* program, char* const* arguments);
+    std::int32_t runProgram(const char* program, std::initializer_list<const char*> arguments);
 
     AuthorizationReference authRef_ = nullptr;
     std::optional<std::string> toolPath_;
