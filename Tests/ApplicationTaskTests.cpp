@@ -409,7 +409,9 @@ TEST_F(RestartOrShutdown, CanBeDoneWithoutAsking) {
 }
 
 TEST_F(ApplicationsWithoutDesktop, NothingRunsAndNothingIsLaunched) {
-    OVTaskRunner headless(headlessServices());
+    OVTaskRunnerServices services = headlessServices();
+    services.clock = &clock;
+    OVTaskRunner headless(services);
     headless.setDelegate(test::unowned<OVTaskDelegate>(owner));
     EXPECT_TRUE(headless.runningForegroundApplications().empty());
     EXPECT_EQ(headless.quitAllApplications(), 0);
