@@ -1,54 +1,12 @@
 #include "Support/OVText.h"
 
-#include "Platform/UTF8Blocks.h"
+#include "Support/OVCodePoint.h"
 
 #include <limits>
 
 namespace orvane {
 
 namespace {
-
-struct CodePoint {
-    char32_t value;
-    std::size_t length; ///< bytes taken, 0 for bytes that are no character
-};
-
-CodePoint decode(std::string_view bytes) {
-    constexpr CodePoint kMalformed = {0, 0};
-    const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(bytes[index]); };
-    const unsigned char lead = byte(0);
-    if (lead < 0x80) {
-        return {lead, 1};
-    }
-    // The range of the second byte is what excludes overlong forms, surrogates and values above U+10FFFF.
-    std::size_t length = 0;
-    unsigned char low = 0x80;
-    unsigned char high = 0xBF;
-    if (lead >= 0xC2 && lead <= 0xDF) {
-        length = 2;
-    } else if (lead >= 0xE0 && lead <= 0xEF) {
-        length = 3;
-        low = lead == 0xE0 ? 0xA0 : low;
-        high = lead == 0xED ? 0x9F : high;
-    } else if (lead >= 0xF0 && lead <= 0xF4) {
-        length = 4;
-        low = lead == 0xF0 ? 0x90 : low;
-        high = lead == 0xF4 ? 0x8F : high;
-    } else {
-        return kMalformed;
-    }
-    if (bytes.size() < length || byte(1) < low || byte(1) > high) {
-        return kMalformed;
-    }
-    char32_t value = lead & (0xFFU >> (length + 1));
-    for (std::size_t index = 1; index < length; ++index) {
-        if ((byte(index) & 0xC0U) != 0x80U) {
-            return kMalformed;
-        }
-        value = (value << 6U) | (byte(index) & 0x3FU);
-    }
-    return {value, length};
-}
 
 struct ByteOrderMark {
     std::string_view bytes;
@@ -106,7 +64,7 @@ bool isWhiteSpace(char32_t c) {
 
 void skip(std::string_view& text, bool (*isSkipped)(char32_t)) {
     while (!text.empty()) {
-        const CodePoint next = decode(text);
+        const CodePoint next = decodeUTF8(text);
         if (next.length == 0 || !isSkipped(next.value)) {
             return;
         }
@@ -134,30 +92,6 @@ void appendUTF8(std::string& text, char32_t c) {
         appendContinuation(c >> 6U);
         appendContinuation(c);
     }
-}
-
-bool isValidUTF8(std::string_view bytes) {
-    std::size_t done = checkUTF8Blocks(bytes);
-    if (done == std::string_view::npos) {
-        return false;
-    }
-    // The blocks may end inside a character: the rest begins with that character's first byte.
-    for (std::size_t back = 1; back <= 3 && back <= done; ++back) {
-        const auto byte = static_cast<unsigned char>(bytes[done - back]);
-        if (byte >= 0xC0) {
-            done -= back;
-            break;
-        }
-    }
-    bytes.remove_prefix(done);
-    while (!bytes.empty()) {
-        const CodePoint next = decode(bytes);
-        if (next.length == 0) {
-            return false;
-        }
-        bytes.remove_prefix(next.length);
-    }
-    return true;
 }
 
 std::optional<std::string> textFromData(std::string_view bytes) {
