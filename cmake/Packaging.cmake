@@ -1,0 +1,51 @@
+# What an installation leaves: the tool with its manual page, and the library with what a program needs to use it. The
+# tool goes there as an ordinary executable; its set-user-ID bit is for the tool itself to set.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS OrvaneTool DESTINATION "${CMAKE_INSTALL_LIBEXECDIR}")
+install(FILES Documentation/OrvaneTool.8 DESTINATION "${CMAKE_INSTALL_MANDIR}/man8")
+
+if(APPLE)
+  if(NOT ORVANE_COCOA)
+    return()
+  endif()
+  # Applications link the framework, whose services are AppKit's.
+  include(cmake/Framework.cmake)
+  set(orvane_resources Library/Frameworks/Orvane.framework/Resources)
+  install(TARGETS OrvaneFramework EXPORT OrvaneTargets FRAMEWORK DESTINATION Library/Frameworks)
+else()
+  # The headers include each other by folder, so the folders stand in one of their own.
+  set(orvane_headers "${CMAKE_INSTALL_INCLUDEDIR}/orvane")
+  set(orvane_resources "${CMAKE_INSTALL_DATADIR}/orvane")
+  foreach(folder Helpers Pasteboard Platform Privileges Support Tasks)
+    file(GLOB headers CONFIGURE_DEPENDS "${folder}/*.h")
+    install(FILES ${headers} DESTINATION "${orvane_headers}/${folder}")
+  endforeach()
+  install(FILES Resources/LargeFilesTemplate.savedSearch DESTINATION "${orvane_resources}")
+
+  target_compile_features(Orvane INTERFACE cxx_std_20)
+  target_include_directories(Orvane INTERFACE "$<INSTALL_INTERFACE:${orvane_headers}>")
+  set(orvane_flags)
+  if(ORVANE_32BIT)
+    # The headers name types of the C library that these make wider.
+    set(orvane_flags "-D_FILE_OFFSET_BITS=64 -D_TIME_BITS=64")
+    target_compile_definitions(Orvane INTERFACE
+      "$<INSTALL_INTERFACE:_FILE_OFFSET_BITS=64>" "$<INSTALL_INTERFACE:_TIME_BITS=64>")
+  endif()
+  install(TARGETS Orvane EXPORT OrvaneTargets ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+
+  # Found from its own place, so that the installation can be moved.
+  set(orvane_pkgconfig "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+  cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}/${orvane_pkgconfig}"
+    OUTPUT_VARIABLE orvane_up)
+  configure_file(cmake/orvane.pc.in "${CMAKE_BINARY_DIR}/orvane.pc" @ONLY)
+  install(FILES "${CMAKE_BINARY_DIR}/orvane.pc" DESTINATION "${orvane_pkgconfig}")
+endif()
+
+set(orvane_package "${CMAKE_INSTALL_LIBDIR}/cmake/Orvane")
+install(EXPORT OrvaneTargets NAMESPACE Orvane:: DESTINATION "${orvane_package}")
+configure_package_config_file(cmake/OrvaneConfig.cmake.in "${CMAKE_BINARY_DIR}/OrvaneConfig.cmake"
+  INSTALL_DESTINATION "${orvane_package}" PATH_VARS orvane_resources)
+write_basic_package_version_file("${CMAKE_BINARY_DIR}/OrvaneConfigVersion.cmake" COMPATIBILITY SameMajorVersion)
+install(FILES "${CMAKE_BINARY_DIR}/OrvaneConfig.cmake" "${CMAKE_BINARY_DIR}/OrvaneConfigVersion.cmake"
+  DESTINATION "${orvane_package}")
