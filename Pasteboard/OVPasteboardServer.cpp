@@ -16,7 +16,7 @@ constexpr double kPollInterval = 0.25; // seconds
 } // namespace
 
 std::shared_ptr<OVPasteboardServer> OVPasteboardServer::create(PasteboardService& service, RunLoop& runLoop) {
-    const std::shared_ptr<OVPasteboardServer> server(new OVPasteboardServer(service));
+    std::shared_ptr<OVPasteboardServer> server(new OVPasteboardServer(service));
     server->readItemsFromPasteboard();
     // Without a run loop there is a history all the same; that nothing will poll was logged there.
     static_cast<void>(runLoop.addRepeatingTimer(kPollInterval, [server] { server->pollPasteboard(); }));
@@ -77,7 +77,7 @@ bool OVPasteboardServer::restoreItemsFromPasteboard(const std::shared_ptr<Pasteb
         OVLogMethod("-[OVPasteboardServer restoreItemsFromPasteboard:]", "ERROR: no pasteboard to restore");
         return false;
     }
-    // The argument may be an element of the history itself, which goes.
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it may be an element of the history, which goes
     const std::shared_ptr<Pasteboard> restored = pasteboard;
     const PasteboardItems copies = copiesOfItems(restored->pasteboardItems());
     {
