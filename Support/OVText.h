@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -9,6 +10,13 @@ namespace orvane {
 /// Whether the bytes are UTF-8: no overlong forms, no surrogates, nothing above U+10FFFF. Where
 /// `stringWithUTF8String:` answers nil, this answers false.
 bool isValidUTF8(std::string_view bytes);
+
+/// Adds one character, which must be none of a surrogate pair nor above U+10FFFF, as UTF-8.
+void appendUTF8(std::string& text, char32_t c);
+
+/// Reads a text whose encoding its byte-order mark tells: UTF-8, UTF-16 or UTF-32; without a mark UTF-8. The result is
+/// UTF-8 without the mark. Nothing for bytes that are not such a text: malformed, cut, or half a surrogate pair.
+std::optional<std::string> textFromData(std::string_view bytes);
 
 /// `intValue`: leading white space, an optional sign and the leading decimal digits, the rest ignored; 0
 /// without digits, the nearest limit for a number that 32 bits cannot hold.
