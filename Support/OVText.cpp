@@ -93,9 +93,25 @@ std::optional<std::string> textFromUnits(std::string_view bytes, std::size_t siz
     return text;
 }
 
+/// `whitespaceCharacterSet`
+bool isBlank(char32_t c) {
+    return c == 0x09 || c == 0x20 || c == 0xA0 || c == 0x1680 || (c >= 0x2000 && c <= 0x200A) || c == 0x202F ||
+           c == 0x205F || c == 0x3000;
+}
+
+/// `whitespaceAndNewlineCharacterSet`
 bool isWhiteSpace(char32_t c) {
-    return (c >= 0x09 && c <= 0x0D) || c == 0x20 || c == 0x85 || c == 0xA0 || c == 0x1680 ||
-           (c >= 0x2000 && c <= 0x200A) || c == 0x2028 || c == 0x2029 || c == 0x202F || c == 0x205F || c == 0x3000;
+    return isBlank(c) || (c >= 0x0A && c <= 0x0D) || c == 0x85 || c == 0x2028 || c == 0x2029;
+}
+
+void skip(std::string_view& text, bool (*isSkipped)(char32_t)) {
+    while (!text.empty()) {
+        const CodePoint next = decode(text);
+        if (next.length == 0 || !isSkipped(next.value)) {
+            return;
+        }
+        text.remove_prefix(next.length);
+    }
 }
 
 } // namespace
@@ -162,13 +178,7 @@ std::optional<std::string> textFromData(std::string_view bytes) {
 }
 
 std::int32_t intValue(std::string_view text) {
-    while (!text.empty()) {
-        const CodePoint next = decode(text);
-        if (next.length == 0 || !isWhiteSpace(next.value)) {
-            break;
-        }
-        text.remove_prefix(next.length);
-    }
+    skip(text, isWhiteSpace);
     bool negative = false;
     if (!text.empty() && (text.front() == '-' || text.front() == '+')) {
         negative = text.front() == '-';
@@ -188,16 +198,41 @@ std::int32_t intValue(std::string_view text) {
     return static_cast<std::int32_t>(negative ? -value : value);
 }
 
-std::string stringByRemoving(std::string_view part, std::string_view text) {
+bool boolValue(std::string_view text) {
+    skip(text, isBlank);
+    if (!text.empty() && (text.front() == '-' || text.front() == '+')) {
+        text.remove_prefix(1);
+    }
+    skip(text, [](char32_t c) { return c == '0'; });
+    return !text.empty() && std::string_view("YyTt123456789").find(text.front()) != std::string_view::npos;
+}
+
+std::string lowercaseString(std::string_view text) {
+    std::string result(text);
+    for (char& c : result) {
+        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    }
+    return result;
+}
+
+std::string stringByReplacing(std::string_view part, std::string_view replacement, std::string_view text) {
     std::string result;
     std::size_t found = part.empty() ? std::string_view::npos : text.find(part);
     while (found != std::string_view::npos) {
-        result.append(text.substr(0, found));
+        result.append(text.substr(0, found)).append(replacement);
         text.remove_prefix(found + part.size());
         found = text.find(part);
     }
     result.append(text);
     return result;
+}
+
+std::string stringByRemoving(std::string_view part, std::string_view text) {
+    return stringByReplacing(part, "", text);
+}
+
+std::string textOrNull(const std::optional<std::string>& text) {
+    return text.value_or("(null)");
 }
 
 } // namespace orvane

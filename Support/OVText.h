@@ -22,8 +22,21 @@ std::optional<std::string> textFromData(std::string_view bytes);
 /// without digits, the nearest limit for a number that 32 bits cannot hold.
 std::int32_t intValue(std::string_view text);
 
-/// `stringByReplacingOccurrencesOfString:withString:` with "": the text without any occurrence of `part`,
-/// found from left to right. An empty part is found nowhere.
+/// `boolValue`: leading blanks, an optional sign and zeros are skipped; yes when then comes "Y", "y", "T", "t" or a
+/// digit from 1 to 9, whatever follows.
+bool boolValue(std::string_view text);
+
+/// `lowercaseString` for the names of this system, which are ASCII: other letters stay as they are.
+std::string lowercaseString(std::string_view text);
+
+/// `stringByReplacingOccurrencesOfString:withString:`: the text with `replacement` for each occurrence of `part`, found
+/// from left to right; what was put in is not looked at again. An empty part is found nowhere.
+std::string stringByReplacing(std::string_view part, std::string_view replacement, std::string_view text);
+
+/// The same with "": the text without any occurrence of `part`.
 std::string stringByRemoving(std::string_view part, std::string_view text);
+
+/// The text as "%@" shows it: "(null)" for nothing.
+std::string textOrNull(const std::optional<std::string>& text);
 
 } // namespace orvane

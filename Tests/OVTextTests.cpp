@@ -46,6 +46,43 @@ TEST(IntValueTest, ClampsAtThe32BitLimits) {
     EXPECT_EQ(intValue("-99999999999999999999999999999"), Limits::min());
 }
 
+TEST(BoolValueTest, SkipsBlanksSignAndZeros) {
+    for (const char* yes :
+         {"Y", "y", "T", "t", "YES", "true", "yonder", "1", "9", "  7", "\t+3", "-1", "007", "\xC2\xA0yes",
+          "\xE3\x80\x80"
+          "1",
+          "0001 and more"}) {
+        EXPECT_TRUE(boolValue(std::string_view(yes))) << yes;
+    }
+    for (const char* no :
+         {"", " ", "0", "000", "-0", "NO", "no", "false", "ON", "on", "x1", "-00x9", "+-1", "\n1", "0.5",
+          "\xFF"
+          "1",
+          "\xC3\xBF"}) {
+        EXPECT_FALSE(boolValue(std::string_view(no))) << no;
+    }
+}
+
+TEST(LowercaseStringTest, LowersTheLettersOfASCII) {
+    EXPECT_EQ(lowercaseString("PNG"), "png");
+    EXPECT_EQ(lowercaseString("AzZ[@`{19 \xC3\x84"), "azz[@`{19 \xC3\x84");
+    EXPECT_EQ(lowercaseString(""), "");
+}
+
+TEST(StringByReplacingTest, ReplacesEveryOccurrenceFromLeftToRight) {
+    EXPECT_EQ(stringByReplacing("ab", "-", "xabyabz"), "x-y-z");
+    EXPECT_EQ(stringByReplacing("aa", "b", "aaaaa"), "bba");
+    EXPECT_EQ(stringByReplacing("a", "aa", "aba"), "aabaa") << "what was put in is not looked at again";
+    EXPECT_EQ(stringByReplacing("ab", "-", "ba"), "ba");
+    EXPECT_EQ(stringByReplacing("", "-", "text"), "text");
+}
+
+TEST(TextOrNullTest, ShowsNothingAsNull) {
+    EXPECT_EQ(textOrNull("text"), "text");
+    EXPECT_EQ(textOrNull(""), "");
+    EXPECT_EQ(textOrNull(std::nullopt), "(null)");
+}
+
 TEST(StringByRemovingTest, RemovesEveryOccurrenceFromLeftToRight) {
     EXPECT_EQ(stringByRemoving("ab", "xabyabz"), "xyz");
     EXPECT_EQ(stringByRemoving("ab", "aabb"), "ab") << "what closes up is not looked at again";
