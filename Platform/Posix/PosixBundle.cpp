@@ -117,20 +117,21 @@ std::optional<std::string> PosixBundle::bundleIdentifier() {
 }
 
 std::optional<std::string> PosixBundle::pathInFolder(const std::string& folder, const std::string& file) const {
-    const auto existing = [&](std::string path) {
+    const auto pathIn = [&](std::string subfolder) -> std::optional<std::string> {
+        std::string path = folder + '/' + subfolder.append(file);
         return ::access(path.c_str(), F_OK) == 0 ? std::optional(std::move(path)) : std::nullopt;
     };
     for (std::string language : languages_) {
-        auto path = existing(folder + "/" + language + ".lproj/" + file);
+        auto path = pathIn(language + ".lproj/");
         if (!path) {
             std::replace(language.begin(), language.end(), '_', '-'); // the folder's name in the newer spelling
-            path = existing(folder + "/" + language + ".lproj/" + file);
+            path = pathIn(language + ".lproj/");
         }
         if (path) {
             return path;
         }
     }
-    return existing(folder + "/" + file);
+    return pathIn("");
 }
 
 std::optional<std::string> PosixBundle::pathForResource(std::string_view name, std::string_view ofType) {
