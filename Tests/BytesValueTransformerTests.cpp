@@ -123,6 +123,8 @@ TEST_F(BytesValueTransformerTest, LargeCountsStayInTB) {
 
 TEST_F(BytesValueTransformerTest, TheQuotientIsInSinglePrecision) {
     // Exactly computed, these lie on the other side of the tie.
+    EXPECT_EQ(decimal(100450000), "100.4 MB") << "in double precision 100.5";
+    EXPECT_EQ(decimal(100550000), "100.6 MB") << "in double precision 100.5";
     EXPECT_EQ(decimal(134250001), "134.2 MB") << "134.250001, which would be 134.3";
     EXPECT_EQ(decimal(999949999), "1000.0 MB") << "999.949999, which would be 999.9";
     std::array<char, 32> exactly = {};
