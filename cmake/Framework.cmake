@@ -1,0 +1,26 @@
+# Orvane.framework, for applications: the Objective-C classes over the core, with AppKit's services under it.
+file(GLOB orvane_faces CONFIGURE_DEPENDS Framework/*.mm)
+
+# The headers that an application may include are those that the framework's own header names.
+set(orvane_public_headers Orvane.h OVFrameworkTypes.h)
+file(STRINGS Framework/Orvane.h imports REGEX "^#import \"")
+list(TRANSFORM imports REPLACE "^#import \"(.*)\"$" "\\1")
+list(APPEND orvane_public_headers ${imports})
+list(TRANSFORM orvane_public_headers PREPEND Framework/)
+
+add_library(OrvaneFramework SHARED ${orvane_faces} ${orvane_public_headers} Resources/LargeFilesTemplate.savedSearch)
+target_link_libraries(OrvaneFramework PRIVATE $<BUILD_INTERFACE:OrvaneCocoa> $<BUILD_INTERFACE:orvane_product>)
+target_compile_options(OrvaneFramework PRIVATE
+  $<$<COMPILE_LANGUAGE:OBJCXX>:-fexceptions;-fobjc-exceptions;-fno-cxx-exceptions>)
+set_source_files_properties(Resources/LargeFilesTemplate.savedSearch PROPERTIES MACOSX_PACKAGE_LOCATION Resources)
+set_target_properties(OrvaneFramework PROPERTIES
+  OUTPUT_NAME Orvane
+  EXPORT_NAME Orvane
+  FRAMEWORK ON
+  FRAMEWORK_VERSION A
+  VERSION "${PROJECT_VERSION}"
+  SOVERSION "${PROJECT_VERSION_MAJOR}"
+  MACOSX_FRAMEWORK_IDENTIFIER Orvane
+  MACOSX_FRAMEWORK_BUNDLE_VERSION "${PROJECT_VERSION}"
+  MACOSX_FRAMEWORK_SHORT_VERSION_STRING "${PROJECT_VERSION}"
+  PUBLIC_HEADER "${orvane_public_headers}")
