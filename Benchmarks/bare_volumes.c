@@ -1,3 +1,4 @@
+#define _GNU_SOURCE
 #include "bare_volumes.h"
 
 #include <fcntl.h>
@@ -7,7 +8,7 @@
 #include <sys/sysinfo.h>
 #include <unistd.h>
 
-int bare_volumes(const char* folder, unsigned long long* bytes) {
+int bare_volumes(const char* folder, struct bare_volume* volumes, int most) {
     static char table[1 << 20];
     const int file = open("/proc/self/mountinfo", O_RDONLY);
     if (file < 0) {
@@ -22,10 +23,9 @@ int bare_volumes(const char* folder, unsigned long long* bytes) {
     table[size] = '\0';
 
     const size_t length = strlen(folder);
-    int volumes = 0;
-    *bytes = 0;
+    int found = 0;
     char* line = table;
-    while (*line != '\0') {
+    while (*line != '\0' && found < most) {
         char* end = strchr(line, '\n');
         char* place = line;
         for (int field = 0; field < 4; ++field) {
@@ -35,12 +35,15 @@ int bare_volumes(const char* folder, unsigned long long* bytes) {
         struct statfs sizes;
         struct stat owner;
         if (strncmp(place, folder, length) == 0 && statfs(place, &sizes) == 0 && stat(place, &owner) == 0) {
-            *bytes += (unsigned long long)sizes.f_frsize * sizes.f_blocks + owner.st_uid;
-            ++volumes;
+            struct bare_volume* volume = &volumes[found++];
+            volume->place = strdup(place);
+            volume->owner = owner.st_uid;
+            volume->total = (unsigned long long)sizes.f_frsize * sizes.f_blocks;
+            volume->available = (unsigned long long)sizes.f_frsize * sizes.f_bavail;
         }
         line = end + 1;
     }
-    return volumes;
+    return found;
 }
 
 long long bare_free_memory(void) {

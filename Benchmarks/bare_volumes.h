@@ -4,11 +4,18 @@
 extern "C" {
 #endif
 
-/* The least that a C program does to describe volumes and free memory: what the runner is measured against. */
+/* The least that a C program does to list volumes and to count free memory: what the runner is measured against. */
 
-/* Reads the mount table, asks for the sizes and the owner of every mount that lies beneath the folder, and adds up the
-   bytes. Returns how many mounts those are, -1 without a table. */
-int bare_volumes(const char* folder, unsigned long long* bytes);
+struct bare_volume {
+    char* place; /* to be freed */
+    unsigned owner;
+    unsigned long long total;
+    unsigned long long available;
+};
+
+/* Reads the mount table and asks for the sizes and the owner of every mount that lies beneath the folder. Fills `most`
+   records at most. Returns how many mounts those are, -1 without a table. */
+int bare_volumes(const char* folder, struct bare_volume* volumes, int most);
 
 /* Free memory in bytes. */
 long long bare_free_memory(void);
