@@ -13,7 +13,7 @@ bool closeListedDescriptors(const char* folder, int first) {
     if (directory == nullptr) {
         return false;
     }
-    const int own = dirfd(directory); // a macro on some systems, hence no ::
+    const int own = __extension__ dirfd(directory); // a macro with GNU extensions on older macOS, hence no ::
     bool closedSome = true;
     // Closing while reading may make the folder skip entries, so it is read again until nothing is left.
     while (closedSome) {
