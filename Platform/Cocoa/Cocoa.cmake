@@ -36,8 +36,17 @@ endif()
 
 add_library(OrvaneCocoa STATIC
   $<TARGET_OBJECTS:orvane_core>
+  Platform/Cocoa/CocoaAlertPanel.mm
+  Platform/Cocoa/CocoaAppleScript.mm
   Platform/Cocoa/CocoaBundle.mm
+  Platform/Cocoa/CocoaFileManager.mm
+  Platform/Cocoa/CocoaLocale.mm
+  Platform/Cocoa/CocoaPasteboard.mm
+  Platform/Cocoa/CocoaPropertyList.mm
+  Platform/Cocoa/CocoaRunLoop.mm
   Platform/Cocoa/CocoaSupport.mm
+  Platform/Cocoa/CocoaUserDefaults.mm
+  Platform/Cocoa/CocoaWorkspace.mm
   Platform/Cocoa/GNUstepCompatibility.mm)
 if(APPLE)
   target_sources(OrvaneCocoa PRIVATE
@@ -45,6 +54,7 @@ if(APPLE)
     Platform/Darwin/DarwinGestalt.cpp)
 else()
   target_sources(OrvaneCocoa PRIVATE
+    Platform/Posix/Osascript.cpp
     Platform/Posix/PosixGestalt.cpp)
 endif()
 target_link_libraries(OrvaneCocoa PUBLIC orvane_options orvane_cocoa_platform PRIVATE orvane_product)
