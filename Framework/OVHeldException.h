@@ -15,13 +15,16 @@ class HeldException {
 
     [[nodiscard]] bool isHeld() const { return exception_ != nil; }
 
-    /// Calls the delegate; what it raises is held, and `fallback` is the answer.
+    /// Calls the delegate with an autorelease pool around it, for there may be no end of output; what it raises is
+    /// held, and `fallback` is the answer.
     template <typename Result, typename Call> Result guard(Result fallback, Call call) {
-        @try {
-            return call();
-        } @catch (id exception) {
-            if (exception_ == nil) {
-                exception_ = [exception retain];
+        @autoreleasepool {
+            @try {
+                return call();
+            } @catch (id exception) {
+                if (exception_ == nil) {
+                    exception_ = [exception retain];
+                }
             }
         }
         return fallback;

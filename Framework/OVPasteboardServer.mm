@@ -1,6 +1,7 @@
 #import "Framework/OVPasteboardServer.h"
 
 #import "Platform/Cocoa/CocoaPasteboard.h"
+#import "Platform/Cocoa/GNUstepCompatibility.h"
 
 #include "Pasteboard/OVPasteboardServer.h"
 
@@ -8,7 +9,10 @@ namespace cocoa = orvane::cocoa;
 
 namespace {
 
-/// The core's history as a live array.
+NSPasteboard* pasteboardOf(orvane::Pasteboard& entry) {
+    return static_cast<cocoa::CocoaPasteboard&>(entry).pasteboard();
+}
+
 using History = std::shared_ptr<const orvane::OVPasteboardServer::Pasteboards>;
 
 /// The run loop as the core's `init` sees it: its timer has the Objective-C object as target, which it so keeps, and
@@ -23,7 +27,9 @@ class RunLoopOfServer final : public orvane::RunLoop {
                                                      selector:@selector(pollPasteboard:)
                                                      userInfo:nil
                                                       repeats:YES];
-        [[NSRunLoop currentRunLoop] addTimer:timer forMode:NSRunLoopCommonModes];
+        for (NSString* mode in cocoa::commonRunLoopModes()) {
+            [[NSRunLoop currentRunLoop] addTimer:timer forMode:mode];
+        }
         return true;
     }
 
@@ -71,7 +77,7 @@ orvane::OVPasteboardServer& coreOf(void* core) {
                     format:@"-[OVPasteboardServer pasteboards]: no element at index %lu of %lu",
                            static_cast<unsigned long>(index), static_cast<unsigned long>((*history_)->size())];
     }
-    return cocoa::pasteboard(*(**history_)[index]);
+    return pasteboardOf(*(**history_)[index]);
 }
 
 @end
@@ -107,18 +113,23 @@ orvane::OVPasteboardServer& coreOf(void* core) {
 }
 
 - (NSPasteboardItem*)pasteboardItemByCopyingPasteboardItem:(NSPasteboardItem*)item {
-    const auto copy = coreOf(core_).pasteboardItemByCopyingPasteboardItem(cocoa::pasteboardItem(item));
-    return cocoa::pasteboardItem(*copy);
+    const auto original = item != nil ? std::make_shared<cocoa::CocoaPasteboardItem>(item, true)
+                                      : std::shared_ptr<cocoa::CocoaPasteboardItem>();
+    const auto copy = coreOf(core_).pasteboardItemByCopyingPasteboardItem(original);
+    return [[static_cast<cocoa::CocoaPasteboardItem&>(*copy).item() retain] autorelease];
 }
 
 - (BOOL)restoreItemsFromPasteboard:(NSPasteboard*)pasteboard {
     // The history's own object where it is one of them, so that it is found there and taken out.
     for (const auto& entry : *coreOf(core_).pasteboards()) {
-        if ([cocoa::pasteboard(*entry) isEqual:pasteboard]) {
+        if ([pasteboardOf(*entry) isEqual:pasteboard]) {
             return coreOf(core_).restoreItemsFromPasteboard(entry) ? YES : NO;
         }
     }
-    return coreOf(core_).restoreItemsFromPasteboard(cocoa::pasteboard(pasteboard)) ? YES : NO;
+    return coreOf(core_).restoreItemsFromPasteboard(
+               pasteboard != nil ? std::make_shared<cocoa::CocoaPasteboard>(pasteboard) : nullptr)
+               ? YES
+               : NO;
 }
 
 - (void)clearHistory {

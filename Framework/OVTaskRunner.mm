@@ -21,6 +21,7 @@ NSString* const kOVBrowsersAll = @"ALL_BROWSERS";
 
 NSString* const kOVSecureEraseFreeSpaceTempFilename = @"secure-erase.temp";
 
+namespace cocoa = orvane::cocoa;
 namespace face = orvane::face;
 
 namespace {
@@ -88,6 +89,10 @@ struct Core {
     std::shared_ptr<Owner> owner;
 };
 
+std::shared_ptr<orvane::RunningApplication> coreApplication(NSRunningApplication* application) {
+    return application != nil ? std::make_shared<cocoa::CocoaRunningApplication>(application) : nullptr;
+}
+
 id numberOrString(const orvane::OVVolumeDictionary::mapped_type& value) {
     if (const auto* const text = std::get_if<std::string>(&value)) {
         return face::stringOf(*text);
@@ -100,7 +105,7 @@ id numberOrString(const orvane::OVVolumeDictionary::mapped_type& value) {
 
 } // namespace
 
-/// One task without an argument, and one with a text or path, as the face forwards it.
+/// What a method of the face does: the same of the core's.
 #define OV_FORWARD(expression)                                                                                         \
     static_cast<Core*>(core_)->perform([&](orvane::OVTaskRunner& tasks) { return tasks.expression; })
 
@@ -289,20 +294,20 @@ id numberOrString(const orvane::OVVolumeDictionary::mapped_type& value) {
 }
 
 - (int32_t)forceQuitApplication:(NSRunningApplication*)application {
-    return OV_FORWARD(forceQuitApplication(orvane::cocoa::runningApplication(application)));
+    return OV_FORWARD(forceQuitApplication(coreApplication(application)));
 }
 
 - (NSArray*)runningForegroundApplications {
     const auto applications = OV_FORWARD(runningForegroundApplications());
     NSMutableArray* const result = [NSMutableArray arrayWithCapacity:applications.size()];
     for (const auto& application : applications) {
-        [result addObject:orvane::cocoa::runningApplication(*application)];
+        [result addObject:static_cast<cocoa::CocoaRunningApplication&>(*application).application()];
     }
     return result;
 }
 
 - (int32_t)relaunchApplication:(NSRunningApplication*)application {
-    return OV_FORWARD(relaunchApplication(orvane::cocoa::runningApplication(application)));
+    return OV_FORWARD(relaunchApplication(coreApplication(application)));
 }
 
 - (int32_t)relaunchFinder {
@@ -409,7 +414,7 @@ id numberOrString(const orvane::OVVolumeDictionary::mapped_type& value) {
 
 - (NSString*)screenshotFormat {
     const auto format = OV_FORWARD(screenshotFormat());
-    return format ? orvane::cocoa::object(*format) : nil; // as it is stored, whatever it is
+    return format ? cocoa::objectOf(*format) : nil; // as it is stored, whatever it is
 }
 
 - (int32_t)setScreenshotFormat:(NSString*)format {
@@ -426,14 +431,12 @@ id numberOrString(const orvane::OVVolumeDictionary::mapped_type& value) {
 
 - (id)objectForKey:(NSString*)key defaults:(NSString*)defaults {
     const auto object = OV_FORWARD(objectForKey(face::textOf(key), face::textOf(defaults)));
-    return object ? orvane::cocoa::object(*object) : nil;
+    return object ? cocoa::objectOf(*object) : nil;
 }
 
 - (void)setObject:(id)object forKey:(NSString*)key defaults:(NSString*)defaults {
-    if (const auto value = orvane::cocoa::value(object)) {
+    if (const auto value = cocoa::valueOf(object)) { // which logs what a property list does not hold
         static_cast<Core*>(core_)->tasks.setObject(*value, face::textOf(key), face::textOf(defaults));
-    } else {
-        NSLog(@"%s [Line %d] %@ is no property-list object", __PRETTY_FUNCTION__, __LINE__, object);
     }
 }
 

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 #include <string>
 
-namespace orvane::test {
+namespace facetest {
 
 /// A test of the face, with an autorelease pool around it.
 class FaceTest : public testing::Test {
@@ -29,7 +29,7 @@ inline std::string text(NSString* string) {
     return string != nil ? [string UTF8String] : "(nil)";
 }
 
-} // namespace orvane::test
+} // namespace facetest
 
 /// An owner whose answers a test sets and whose messages it reads.
 @interface OVTestOwner : NSObject <OVTaskDelegate> {

@@ -50,7 +50,7 @@
 
 @end
 
-namespace orvane::test {
+namespace facetest {
 
 namespace {
 
@@ -119,7 +119,7 @@ TEST_F(FormatterFaceTest, FormatsNumbersAndWhatAnswersLikeThem) {
 
 TEST_F(FormatterFaceTest, ShowsThatASizeIsBeingCalculated) {
     EXPECT_EQ(::ZRBytesValueTransformerCalculatingSize, orvane::ZRBytesValueTransformerCalculatingSize);
-    NSNumber* const unknown = [NSNumber numberWithUnsignedInteger:::ZRBytesValueTransformerCalculatingSize];
+    NSNumber* const unknown = [NSNumber numberWithUnsignedInteger:ZRBytesValueTransformerCalculatingSize];
     ZRBytesValueTransformer* const transformer = [[[ZRBytesValueTransformer alloc] init] autorelease];
     EXPECT_EQ(text([transformer transformedValue:unknown]), "Calculating size...");
     EXPECT_EQ(text([ZRBytesValueTransformer formatBytes:~uint64_t{0}]), "Calculating size...");
@@ -166,7 +166,8 @@ TEST_F(FileManagerFaceTest, InstallsAndSurrendersTheSetuidState) {
 }
 
 TEST_F(FileManagerFaceTest, ANilPathStopsTheProcess) {
-    EXPECT_DEATH([[NSFileManager defaultManager] setSUIDRoot:nil], "aPath != NULL");
+    NSString* none = nil;
+    EXPECT_DEATH([[NSFileManager defaultManager] setSUIDRoot:none], "aPath != NULL");
 }
 
 TEST_F(AuthorizationFaceTest, KeepsTheToolPathThroughAFileOperation) {
@@ -208,4 +209,4 @@ TEST_F(FormatterFaceTest, FreeMemoryIsCounted) {
 
 } // namespace
 
-} // namespace orvane::test
+} // namespace facetest

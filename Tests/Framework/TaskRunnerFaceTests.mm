@@ -6,7 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace orvane::test {
+namespace facetest {
 
 namespace {
 
@@ -200,16 +200,16 @@ TEST_F(TaskRunnerFaceTest, AnArchiveThatTheDelegateDoesNotHaveCancels) {
 }
 
 TEST(FaceConstantsTest, AreTheCores) {
-    EXPECT_EQ(test::text(::OVVolumePath), orvane::OVVolumePath);
-    EXPECT_EQ(test::text(::OVVolumeOwner), orvane::OVVolumeOwner);
-    EXPECT_EQ(test::text(::OVVolumeIsLocal), orvane::OVVolumeIsLocal);
-    EXPECT_EQ(test::text(::OVVolumeTotalSpace), orvane::OVVolumeTotalSpace);
-    EXPECT_EQ(test::text(::OVVolumeFreeSpace), orvane::OVVolumeFreeSpace);
-    EXPECT_EQ(test::text(::kOVBrowserSafari), orvane::kOVBrowserSafari);
-    EXPECT_EQ(test::text(::kOVBrowserFirefox), orvane::kOVBrowserFirefox);
-    EXPECT_EQ(test::text(::kOVBrowserChrome), orvane::kOVBrowserChrome);
-    EXPECT_EQ(test::text(::kOVBrowsersAll), orvane::kOVBrowsersAll);
-    EXPECT_EQ(test::text(::kOVSecureEraseFreeSpaceTempFilename), orvane::kOVSecureEraseFreeSpaceTempFilename);
+    EXPECT_EQ(text(::OVVolumePath), orvane::OVVolumePath);
+    EXPECT_EQ(text(::OVVolumeOwner), orvane::OVVolumeOwner);
+    EXPECT_EQ(text(::OVVolumeIsLocal), orvane::OVVolumeIsLocal);
+    EXPECT_EQ(text(::OVVolumeTotalSpace), orvane::OVVolumeTotalSpace);
+    EXPECT_EQ(text(::OVVolumeFreeSpace), orvane::OVVolumeFreeSpace);
+    EXPECT_EQ(text(::kOVBrowserSafari), orvane::kOVBrowserSafari);
+    EXPECT_EQ(text(::kOVBrowserFirefox), orvane::kOVBrowserFirefox);
+    EXPECT_EQ(text(::kOVBrowserChrome), orvane::kOVBrowserChrome);
+    EXPECT_EQ(text(::kOVBrowsersAll), orvane::kOVBrowsersAll);
+    EXPECT_EQ(text(::kOVSecureEraseFreeSpaceTempFilename), orvane::kOVSecureEraseFreeSpaceTempFilename);
     EXPECT_EQ(::OVShellCommandSuccess, orvane::OVShellCommandSuccess);
     EXPECT_EQ(::OVShellCommandCancelled, orvane::OVShellCommandCancelled);
     EXPECT_EQ(::OVShellCommandCancelFailed, orvane::OVShellCommandCancelFailed);
@@ -217,4 +217,4 @@ TEST(FaceConstantsTest, AreTheCores) {
 
 } // namespace
 
-} // namespace orvane::test
+} // namespace facetest
