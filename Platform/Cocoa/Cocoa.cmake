@@ -55,7 +55,8 @@ if(APPLE)
 else()
   target_sources(OrvaneCocoa PRIVATE
     Platform/Posix/Osascript.cpp
-    Platform/Posix/PosixGestalt.cpp)
+    Platform/Posix/PosixGestalt.cpp
+    Platform/Posix/PropertyListStrings.cpp)
 endif()
 target_link_libraries(OrvaneCocoa PUBLIC orvane_options orvane_cocoa_platform PRIVATE orvane_product)
 # Objective-C exceptions end in these files; C++ has none here either.

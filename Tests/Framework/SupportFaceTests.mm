@@ -3,6 +3,7 @@
 #include "Support/ZRBytesValueTransformer.h"
 
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -161,8 +162,16 @@ TEST_F(FileManagerFaceTest, InstallsAndSurrendersTheSetuidState) {
     EXPECT_EQ([manager setSUIDRoot:[folder stringByAppendingPathComponent:@"none"]], ENOENT);
     EXPECT_FALSE([manager isSetUIDRoot:nil]);
     EXPECT_FALSE([manager isIgnoringSetUIDAtPath:nil]);
-    EXPECT_EQ([manager isIgnoringSetUIDAtPath:@"/proc"], YES);
     [manager removeItemAtPath:folder error:NULL];
+}
+
+TEST_F(FileManagerFaceTest, KnowsWhichVolumesIgnoreTheBit) {
+    for (NSString *path in [NSArray arrayWithObjects:@"/", @"/tmp", @"/proc", @"/dev/shm", nil]) {
+        struct statvfs volume = {};
+        ASSERT_EQ(statvfs([path fileSystemRepresentation], &volume), 0);
+        EXPECT_EQ([[NSFileManager defaultManager] isIgnoringSetUIDAtPath:path] != NO, (volume.f_flag & ST_NOSUID) != 0)
+            << text(path);
+    }
 }
 
 TEST_F(FileManagerFaceTest, ANilPathStopsTheProcess) {
