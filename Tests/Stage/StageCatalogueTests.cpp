@@ -268,6 +268,16 @@ TEST(StageCatalogueTest, EachBrowsersHistoryGoesAlone) {
     }
 }
 
+TEST(StageCatalogueTest, FirefoxsHistoryIsFoundInAnyFolderOfTheLibrary) {
+    const std::string profile = kHome + "/Library/Mozilla/Firefox/Profiles/old";
+    makeFolder(profile, kAnn);
+    write(profile + "/places.sqlite", "x", kAnn);
+    write(profile + "/replaces.sqlite", "x", kAnn);
+    Strings expected = browsers()[1].histories;
+    expected.emplace_back("Mozilla/Firefox/Profiles/old/places.sqlite");
+    EXPECT_EQ(removedBy([] { example({"cleanBrowserHistory", "org.mozilla.firefox"}); }), beneathHome(expected));
+}
+
 TEST(StageCatalogueTest, AllBrowsersAreCleanedOneAfterTheOther) {
     for (const char* operation : {"cleanBrowserCache", "cleanBrowserHistory"}) {
         Strings expected;
