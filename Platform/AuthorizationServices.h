@@ -25,15 +25,19 @@ inline constexpr std::uint32_t kAuthorizationDestroyRights = 8;      ///< `kAuth
 
 inline constexpr std::int32_t kAuthorizationSuccess = 0;                    ///< `errAuthorizationSuccess`
 inline constexpr std::int32_t kAuthorizationInvalidRef = -60002;            ///< `errAuthorizationInvalidRef`
+inline constexpr std::int32_t kAuthorizationInvalidPointer = -60004;        ///< `errAuthorizationInvalidPointer`
 inline constexpr std::int32_t kAuthorizationCanceled = -60006;              ///< `errAuthorizationCanceled`
 inline constexpr std::int32_t kAuthorizationInteractionNotAllowed = -60007; ///< `errAuthorizationInteractionNotAllowed`
+inline constexpr std::int32_t kAuthorizationInternal = -60008;              ///< `errAuthorizationInternal`
 inline constexpr std::int32_t kAuthorizationToolExecuteFailure = -60031;    ///< `errAuthorizationToolExecuteFailure`
 
-/// Rights of the Security framework. Every function returns 0 or the framework's `OSStatus`, unchanged.
+/// Rights of the Security framework. Every function returns 0 or the framework's `OSStatus`, unchanged; for a null
+/// reference that is `kAuthorizationInvalidRef`.
 class AuthorizationServices {
   public:
-    /// The system's. Without the framework a process that is root already has every right, and no other can get one:
-    /// there is nobody to ask the user. Lives for ever; may be used from any thread.
+    /// The system's. Without the framework a process whose effective user id is 0 has every right already, whatever
+    /// its name, and no other can get one, for there is nobody to ask the user
+    /// (`kAuthorizationInteractionNotAllowed`). Lives for ever; may be used from any thread.
     static AuthorizationServices& platform();
 
     /// `AuthorizationCreate` with no rights and no environment. On success the caller owns what `reference` receives
@@ -47,7 +51,8 @@ class AuthorizationServices {
 
     /// `AuthorizationExecuteWithPrivileges` without a communications pipe: starts the program at the path as root
     /// (effective user id 0) and does not wait for it; the caller reaps the child. The arguments end with a null
-    /// pointer and do not include the program's name.
+    /// pointer and do not include the program's name. `kAuthorizationToolExecuteFailure` when there is no such
+    /// program, `kAuthorizationInvalidPointer` when there is no path.
     virtual std::int32_t executeWithPrivileges(AuthorizationReference reference, const char* pathToTool,
                                                std::uint32_t flags, char* const* arguments) = 0;
 

@@ -149,6 +149,9 @@ class HookedCalls final : public PosixSystemCalls {
         madeFolders.emplace_back(path, mode);
         return failed("mkdir") ? -1 : PosixSystemCalls::mkdir(path, mode);
     }
+    int kill(pid_t processID, int signal) override {
+        return sendSignal ? sendSignal(processID, signal) : PosixSystemCalls::kill(processID, signal);
+    }
     int system(const char* line) override {
         systemLines.emplace_back(line);
         return systemResult;
@@ -163,6 +166,7 @@ class HookedCalls final : public PosixSystemCalls {
     }
 
     std::optional<uid_t> userID;
+    std::function<int(pid_t, int)> sendSignal; ///< in place of `kill`
     std::size_t longestWrite = static_cast<std::size_t>(-1);
     ssize_t writeResult = -1;
     int systemResult = 0;
