@@ -10,16 +10,13 @@
 #include "Tasks/OVTaskRunner.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
 #include <glob.h>
 #include <string>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -96,24 +93,6 @@ double timeOfRunner(const std::string& folder) {
     return now() - start;
 }
 
-/// A kilobyte count of this process's status, in bytes; the peak can be set back by writing 5 to clear_refs.
-double memoryFigure(const char* name) {
-    FILE* const status = std::fopen("/proc/self/status", "re");
-    std::array<char, 256> line = {};
-    double bytes = 0;
-    while (status != nullptr && std::fgets(line.data(), static_cast<int>(line.size()), status) != nullptr) {
-        const std::string text = line.data();
-        if (text.starts_with(name)) {
-            bytes = std::strtod(text.c_str() + std::string(name).size(), nullptr) * 1024;
-        }
-    }
-    if (status == nullptr || bytes == 0) {
-        fail("/proc/self/status");
-    }
-    std::fclose(status);
-    return bytes;
-}
-
 /// How much the peak of resident memory lies above what a new process with a runner starts from, and the
 /// bytes of the list.
 struct Memory {
@@ -123,27 +102,14 @@ struct Memory {
 
 Memory memoryOfRunner(const std::string& folder) {
     makeFiles(folder, kDeletedFiles);
-    std::array<int, 2> ends = {};
-    if (::pipe(ends.data()) != 0) {
-        fail("pipe");
-    }
-    const pid_t child = ::fork();
-    if (child == 0) {
+    const double peak = figureOfChild([&] {
         orvane::OVTaskRunner runner;
         const double before = memoryFigure("VmRSS:");
         if (runner.forceDeleteItemsAtGlobs({folder + "/*"}) != 0) {
-            ::_exit(2);
+            fail("forceDeleteItemsAtGlobs");
         }
-        const double peak = memoryFigure("VmHWM:") - before;
-        ::_exit(::write(ends[1], &peak, sizeof peak) == sizeof peak ? 0 : 2);
-    }
-    double peak = 0;
-    int status = 0;
-    if (::read(ends[0], &peak, sizeof peak) != sizeof peak || ::waitpid(child, &status, 0) != child || status != 0) {
-        fail("child");
-    }
-    ::close(ends[0]);
-    ::close(ends[1]);
+        return memoryFigure("VmHWM:") - before;
+    });
     const double list = static_cast<double>((folder.size() + 1 + 36) * kDeletedFiles);
     return {.peak = peak, .list = list};
 }
@@ -169,12 +135,6 @@ double timeOfExpansion(orvane::OVTaskRunner& runner, const std::string& pattern)
     const std::vector<std::string> paths = runner.pathsByExpandingGlobs({pattern});
     const double time = now() - start;
     return paths.size() == kGlobFiles ? time : (fail("pathsByExpandingGlobs"), 0);
-}
-
-bool report(const char* what, double figure, double bound) {
-    const bool kept = figure <= bound;
-    std::printf("%-62s %8.3f (at most %.3f)%s\n", what, figure, bound, kept ? "" : "  TOO MUCH");
-    return kept;
 }
 
 } // namespace

@@ -108,12 +108,6 @@ std::string installed(const char* program, const std::string& folder, const char
     return copy;
 }
 
-bool report(const char* what, double ratio, double bound) {
-    const bool good = ratio <= bound;
-    std::printf("%-52s %6.3f  (at most %.2f)%s\n", what, ratio, bound, good ? "" : "  MISSED");
-    return good;
-}
-
 bool compare(const std::string& tool, const std::string& baseline, uid_t user) {
     std::vector<double> toolTimes;
     std::vector<double> baselineTimes;

@@ -10,7 +10,8 @@ namespace orvane {
 ///
 /// Without the framework it is the folder that holds the executable, or the bundle around it where that folder is
 /// ".../Contents/MacOS": resources stand in "Resources", texts in the user's language in
-/// "Resources/<language>.lproj/Localizable.strings".
+/// "Resources/<language>.lproj/Localizable.strings". A program installed in "<prefix>/bin" finds what is not there in
+/// "<prefix>/share/orvane".
 class Bundle {
   public:
     /// That of the running process. Lives for ever; may be used from any thread.

@@ -77,7 +77,7 @@ class Pasteboard {
     Pasteboard() = default;
 };
 
-/// The system's pasteboards. Used on the thread that polls.
+/// The system's pasteboards. Used on the thread that polls and on those that restore.
 class PasteboardService {
   public:
     /// That of the user's session. Without a desktop the general pasteboard is empty for ever and takes nothing.

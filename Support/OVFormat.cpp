@@ -1,3 +1,191 @@
 #include "Support/OVFormat.h"
 
-namespace orvane {} // namespace orvane
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+
+namespace orvane {
+
+namespace {
+
+/// No display is wider; what asks for more is a mistake.
+constexpr int kWidest = 99;
+
+/// Room for the longest number: all digits of the largest double, a sign, a separator and `kWidest` decimals.
+constexpr std::size_t kNumberRoom = 512;
+
+constexpr std::string_view kDigits = "0123456789";
+
+/// What stands between "%" and its letter, without the position.
+struct Conversion {
+    std::array<char, 32> printfFormat = {}; ///< as `snprintf` takes it, length modifiers left out
+    bool plain = false;                     ///< neither flags nor width nor precision nor length
+    char type = 0;
+};
+
+/// Takes the characters of `set` from the front of `text`.
+std::string_view take(std::string_view& text, std::string_view set) {
+    const std::string_view taken = text.substr(0, text.find_first_not_of(set));
+    text.remove_prefix(taken.size());
+    return taken;
+}
+
+bool isAtMost(std::string_view digits, int limit) {
+    int value = 0;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+    return digits.empty() || (error == std::errc() && value <= limit);
+}
+
+/// Reads what follows a "%" up to its letter. Nothing for what is cut off, too wide or too long.
+std::optional<Conversion> takeConversion(std::string_view& text) {
+    Conversion result;
+    const std::string_view start = text;
+    const std::string_view flags = take(text, "-+ #0'");
+    const std::string_view width = take(text, kDigits);
+    std::string_view precision;
+    const bool hasPrecision = text.starts_with('.');
+    if (hasPrecision) {
+        text.remove_prefix(1);
+        precision = take(text, kDigits);
+    }
+    const std::size_t numbers = start.size() - text.size();
+    take(text, "hlqjztL");
+    result.plain = text.size() == start.size();
+    if (text.empty() || flags.size() > 6 || !isAtMost(width, kWidest) || !isAtMost(precision, kWidest) ||
+        numbers > result.printfFormat.size() - 3) {
+        return std::nullopt;
+    }
+    result.type = text.front();
+    text.remove_prefix(1);
+
+    std::size_t length = 0;
+    result.printfFormat[length++] = '%';
+    for (const char c : start.substr(0, numbers)) {
+        if (c != '\'') { // groups of digits are not asked of the C library, whose locale is not the user's
+            result.printfFormat[length++] = c;
+        }
+    }
+    result.printfFormat[length] = result.type;
+    return result;
+}
+
+/// Copies the format, and puts in what `render` makes of each conversion.
+template <typename Render> std::optional<std::string> filled(std::string_view format, const Render& render) {
+    std::string result;
+    int plainOnes = 0;
+    int numberedOnes = 0;
+    while (true) {
+        const std::size_t percent = format.find('%');
+        result.append(format.substr(0, percent));
+        if (percent == std::string_view::npos) {
+            break;
+        }
+        format.remove_prefix(percent + 1);
+        if (format.starts_with('%')) {
+            result.push_back('%');
+            format.remove_prefix(1);
+            continue;
+        }
+        if (format.starts_with("1$")) {
+            format.remove_prefix(2);
+            ++numberedOnes;
+        } else {
+            ++plainOnes;
+        }
+        const std::optional<Conversion> conversion = takeConversion(format);
+        if (!conversion || !render(*conversion, result)) {
+            return std::nullopt;
+        }
+    }
+    // A second unnumbered one would ask for a second value.
+    const bool oneValue = plainOnes == 0 || (plainOnes == 1 && numberedOnes == 0);
+    return oneValue ? std::optional(std::move(result)) : std::nullopt;
+}
+
+template <typename Value> std::string printed(const Conversion& conversion, Value value) {
+    std::array<char, kNumberRoom> room = {};
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral" // put together above, of one conversion that fits the value
+    static_cast<void>(std::snprintf(room.data(), room.size(), conversion.printfFormat.data(), value));
+#pragma GCC diagnostic pop
+    return room.data();
+}
+
+/// Puts the separator in the place of that of the C library, which depends on the process's locale.
+void setDecimalSeparator(std::string& number, std::string_view separator) {
+    const std::size_t start = number.find_first_not_of(" +-0123456789");
+    if (start == std::string::npos || number[start] == 'e' || number[start] == 'E') {
+        return;
+    }
+    const std::size_t end = number.find_first_of(" 0123456789eE", start);
+    number.replace(start, end == std::string::npos ? end : end - start, separator);
+}
+
+} // namespace
+
+std::optional<std::string> stringWithFormat(std::string_view format, std::string_view argument) {
+    return filled(format, [&](const Conversion& conversion, std::string& result) {
+        if (conversion.type != '@' || !conversion.plain) {
+            return false;
+        }
+        result.append(argument);
+        return true;
+    });
+}
+
+std::optional<std::string> localizedStringWithFormat(std::string_view format, std::int32_t argument) {
+    return filled(format, [&](const Conversion& conversion, std::string& result) {
+        switch (conversion.type) {
+        case 'd':
+        case 'i':
+            result.append(printed(conversion, argument));
+            return true;
+        case 'u':
+            result.append(printed(conversion, static_cast<std::uint32_t>(argument)));
+            return true;
+        default:
+            return false;
+        }
+    });
+}
+
+std::optional<std::string> localizedStringWithFormat(std::string_view format, double argument,
+                                                     std::string_view decimalSeparator) {
+    return filled(format, [&](const Conversion& conversion, std::string& result) {
+        if (std::string_view("fFeEgG").find(conversion.type) == std::string_view::npos) {
+            return false;
+        }
+        std::string number = printed(conversion, argument);
+        if (std::isfinite(argument)) {
+            setDecimalSeparator(number, decimalSeparator);
+        }
+        result.append(number);
+        return true;
+    });
+}
+
+void appendTenths(std::string& text, double value, std::string_view decimalSeparator) {
+    constexpr double kLargest = 1e15; // well within what 64 bits hold
+    // Exact: a float has 24 bits, a double 53.
+    const double tenths = std::fabs(value) * 10;
+    if (!(tenths < kLargest)) {
+        text.append(localizedStringWithFormat("%1.1f", value, decimalSeparator).value_or(""));
+        return;
+    }
+    auto whole = static_cast<std::int64_t>(tenths);
+    const double rest = tenths - static_cast<double>(whole);
+    if (rest > 0.5 || (rest == 0.5 && whole % 2 != 0)) {
+        ++whole;
+    }
+    if (std::signbit(value)) {
+        text.push_back('-');
+    }
+    std::array<char, 20> digits = {};
+    char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), whole / 10).ptr;
+    text.append(digits.data(), end);
+    text.append(decimalSeparator);
+    text.push_back(static_cast<char>('0' + whole % 10));
+}
+
+} // namespace orvane
