@@ -28,6 +28,8 @@ class SystemCalls {
     virtual int chmod(const char* path, mode_t mode) = 0;
     /// `stat`, following symbolic links.
     virtual int stat(const char* path, struct stat* status) = 0;
+    /// `lstat`: of a symbolic link itself.
+    virtual int lstat(const char* path, struct stat* status) = 0;
 
     /// `pipe`, but neither end is kept by programs executed later, and neither takes a number from 0 to 2,
     /// even where those are closed.

@@ -1,3 +1,137 @@
+#include "Helpers/NSFileManager+UniqueDestination.h"
+#include "Support/OVFile.h"
+#include "Support/OVFormat.h"
+#include "Support/OVLog.h"
+#include "Support/OVPath.h"
 #include "Tasks/OVTaskRunner.h"
+#include "Tasks/OVTaskStatus.h"
 
-namespace orvane {} // namespace orvane
+#include <array>
+#include <cerrno>
+#include <cstddef>
+
+namespace orvane {
+
+// The first is deliberately not spelled as Safari's cache folder is.
+constexpr const char* const kOVBrowserSafari = "com.apple.safari";
+constexpr const char* const kOVBrowserFirefox = "org.mozilla.firefox";
+constexpr const char* const kOVBrowserChrome = "com.google.chrome";
+constexpr const char* const kOVBrowsersAll = "ALL_BROWSERS";
+
+namespace {
+
+/// Files of a browser, in the user's home folder.
+struct BrowserFiles {
+    std::string_view browser;
+    std::string_view glob;
+};
+
+constexpr std::array<BrowserFiles, 3> kBrowserCaches = {{
+    {kOVBrowserSafari, "Library/Caches/com.apple.Safari/*"},
+    {kOVBrowserFirefox, "Library/Caches/Firefox/Profiles/*/*"},
+    {kOVBrowserChrome, "Library/Caches/Google/Chrome/Default/Cache/*"},
+}};
+
+constexpr std::array<BrowserFiles, 4> kBrowserHistories = {{
+    {kOVBrowserSafari, "Library/Safari/History.plist"},
+    {kOVBrowserFirefox, "Library/*/Firefox/Profiles/*/places.*"},
+    {kOVBrowserChrome, "Library/Application Support/Google/Chrome/Default/*History*"},
+    {kOVBrowserChrome, "Library/Application Support/Google/Chrome/Default/Last *"},
+}};
+
+template <std::size_t count>
+std::vector<std::string> globsOf(std::string_view browser, const std::array<BrowserFiles, count>& files,
+                                 const std::string& home) {
+    std::vector<std::string> globs;
+    for (const BrowserFiles& some : files) {
+        if (browser == some.browser || browser == kOVBrowsersAll) {
+            globs.push_back(stringByAppendingPathComponent(home, some.glob));
+        }
+    }
+    return globs;
+}
+
+/// Makes a new folder of that name, or with a number behind it, in the archive. Returns 0 or the error, and the
+/// folder's path either way.
+std::int32_t makeBackupFolder(const std::string& name, const std::string& archive, SystemCalls& calls,
+                              std::string& path) {
+    std::string tried;
+    do {
+        path = UniqueDestination::findUniqueDestinationForFile(name, archive, calls);
+        if (path == tried) {
+            return EEXIST; // it is there, and yet cannot be seen
+        }
+        tried = path;
+        if (calls.mkdir(path.c_str(), 0777) == 0) {
+            return 0;
+        }
+    } while (errno == EEXIST); // somebody was quicker
+    return errno;
+}
+
+} // namespace
+
+std::int32_t OVTaskRunner::cleanUserCache() {
+    const std::string home = homeDirectory();
+    return forceDeleteItemsAtGlobs(
+        {stringByAppendingPathComponent(home, "Library/Caches/*"),
+         stringByAppendingPathComponent(home, "Library/Containers/*/Data/Library/Caches/*")});
+}
+
+std::int32_t OVTaskRunner::cleanDashboardCache() {
+    const std::int32_t status = forceDeleteItemsAtGlobs(
+        {stringByAppendingPathComponent(homeDirectory(), "Library/Caches/com.apple.dashboard.client/*")});
+    relaunchDock();
+    return status;
+}
+
+std::int32_t OVTaskRunner::cleanBrowserCache(std::string_view browser) {
+    return forceDeleteItemsAtGlobs(globsOf(browser, kBrowserCaches, homeDirectory()));
+}
+
+std::int32_t OVTaskRunner::cleanBrowserHistory(std::string_view browser) {
+    return forceDeleteItemsAtGlobs(globsOf(browser, kBrowserHistories, homeDirectory()));
+}
+
+std::int32_t OVTaskRunner::cleanDesktop() {
+    const std::string desktop = stringByAppendingPathComponent(homeDirectory(), "Desktop");
+    const auto owner = delegate();
+    const auto archive = owner != nullptr ? owner->archiveDesktopPath() : std::nullopt;
+    if (!archive || archive->empty()) {
+        return kTaskCancelled;
+    }
+    Bundle& bundle = OVTaskRunnerServices::orPlatform(services_.bundle);
+    const std::string date = OVTaskRunnerServices::orPlatform(services_.locale).dateString();
+    const std::string name =
+        stringWithFormat(bundle.localizedString("Desktop from %@"), date).value_or("Desktop from " + date);
+    std::string backup;
+    if (const std::int32_t error =
+            makeBackupFolder(name, stringByExpandingTildeInPath(*archive), services_.calls, backup);
+        error != 0) {
+        OVLogMethod("-[OVTaskRunner cleanDesktop]", "ERROR creating backup folder %s: %s", backup.c_str(),
+                    errorDescription(error).c_str());
+        return kTaskFailure;
+    }
+    // The second test deliberately compares names with a whole path, which none equals: an archive on the desktop is
+    // told to move into itself, and "mv" complains.
+    return runCommand("/usr/bin/find", {desktop, "!", "-name", ".*", "!", "-name", backup, "-mindepth", "1",
+                                        "-maxdepth", "1", "-exec", "mv", "{}", backup, ";"});
+}
+
+std::int32_t OVTaskRunner::vacuumAppleMailIndex() {
+    // The folder deliberately stands without quotes.
+    const std::string find =
+        "/usr/bin/find " + stringByAppendingPathComponent(homeDirectory(), "Library/Mail") + " -name 'Envelope Index'";
+    return runBashCommand(find + " -print0 | xargs -0 -I __FILE__ /usr/bin/sqlite3 __FILE__ vacuum; " + find + " -ls");
+}
+
+std::int32_t OVTaskRunner::rebuildLaunchServices() {
+    const std::int32_t status =
+        runBashCommand("/System/Library/Frameworks/CoreServices.framework/Frameworks/LaunchServices.framework/Support/"
+                       "lsregister -kill -v -f -r -all local,system,user 2>&1 | "
+                       "grep --line-buffered -v 'lsregister: error -10811'");
+    relaunchFinder();
+    return status;
+}
+
+} // namespace orvane

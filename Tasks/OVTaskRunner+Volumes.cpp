@@ -2,6 +2,8 @@
 #include "Support/OVPath.h"
 #include "Tasks/OVTaskRunner.h"
 
+#include <utility>
+
 namespace orvane {
 
 const char* const OVVolumePath = "OVVolumePath";
@@ -16,15 +18,17 @@ namespace {
 
 constexpr const char* kDiskUtility = "/usr/sbin/diskutil";
 
-OVVolumeDictionary volumeDictionary(const MountedFileSystem& mounted) {
+void fill(OVVolumeDictionary& volume, MountedFileSystem&& mounted) {
     const std::uint64_t blockSize = mounted.blockSize;
-    return {
-        {OVVolumePath, mounted.mountPoint},
-        {OVVolumeOwner, std::uint64_t{mounted.owner}},
-        {OVVolumeIsLocal, (mounted.flags & kMountLocal) != 0},
-        {OVVolumeTotalSpace, blockSize * mounted.blocks},
-        {OVVolumeFreeSpace, blockSize * mounted.availableBlocks},
+    // In the order of the keys, so that each has its place at the end.
+    const auto append = [&](const char* key, OVVolumeDictionary::mapped_type value) {
+        volume.emplace_hint(volume.end(), key, std::move(value));
     };
+    append(OVVolumeFreeSpace, blockSize * mounted.availableBlocks);
+    append(OVVolumeIsLocal, (mounted.flags & kMountLocal) != 0);
+    append(OVVolumeOwner, std::uint64_t{mounted.owner});
+    append(OVVolumePath, std::move(mounted.mountPoint));
+    append(OVVolumeTotalSpace, blockSize * mounted.blocks);
 }
 
 } // namespace
@@ -72,15 +76,16 @@ std::int32_t OVTaskRunner::ejectAllVolumes() {
 }
 
 std::optional<std::vector<OVVolumeDictionary>> OVTaskRunner::mountedBrowsableVolumes() {
-    const auto mounted = services_.volumes.mountedFileSystems();
+    auto mounted = services_.volumes.mountedFileSystems();
     if (!mounted) {
         OVLog("No volumes found");
         return std::nullopt;
     }
     std::vector<OVVolumeDictionary> volumes;
-    for (const MountedFileSystem& fileSystem : *mounted) {
+    volumes.reserve(mounted->size());
+    for (MountedFileSystem& fileSystem : *mounted) {
         if ((fileSystem.flags & (kMountDontBrowse | kMountRootFileSystem)) == 0) {
-            volumes.push_back(volumeDictionary(fileSystem));
+            fill(volumes.emplace_back(), std::move(fileSystem));
         }
     }
     return volumes;

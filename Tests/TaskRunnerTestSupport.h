@@ -145,8 +145,14 @@ class HookedCalls final : public PosixSystemCalls {
         return failed("rename") ? -1 : PosixSystemCalls::rename(from, to);
     }
     int unlink(const char* path) override { return failed("unlink") ? -1 : PosixSystemCalls::unlink(path); }
+    int lstat(const char* path, struct stat* status) override {
+        return failed("lstat") ? -1 : PosixSystemCalls::lstat(path, status);
+    }
     int mkdir(const char* path, mode_t mode) override {
         madeFolders.emplace_back(path, mode);
+        if (beforeMkdir) {
+            beforeMkdir(path);
+        }
         return failed("mkdir") ? -1 : PosixSystemCalls::mkdir(path, mode);
     }
     int kill(pid_t processID, int signal) override {
@@ -173,6 +179,7 @@ class HookedCalls final : public PosixSystemCalls {
     std::vector<std::string> order; ///< the calls made, by name
     std::vector<std::pair<int, mode_t>> opened;
     std::vector<std::pair<std::string, mode_t>> madeFolders;
+    std::function<void(const std::string&)> beforeMkdir;
     std::vector<std::string> systemLines;
 
   private:

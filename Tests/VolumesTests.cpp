@@ -3,6 +3,7 @@
 #include "Tests/TaskRunnerTestSupport.h"
 
 #include <csignal>
+#include <deque>
 #include <linux/fuse.h>
 #include <sched.h>
 #include <sys/mount.h>
@@ -12,10 +13,10 @@
 namespace orvane {
 namespace {
 
-using Options = std::vector<std::string>;
-
+/// Keeps the line, which the record looks into.
 MountRecord onlyRecord(const std::string& line) {
-    const std::vector<MountRecord> records = parseMountInfo(line);
+    static std::deque<std::string> lines;
+    const std::vector<MountRecord> records = parseMountInfo(lines.emplace_back(line));
     EXPECT_EQ(records.size(), 1U) << line;
     return records.empty() ? MountRecord{} : records.front();
 }
@@ -32,7 +33,8 @@ TEST(ParseMountInfo, ReadsEveryField) {
     EXPECT_EQ(record.parentID, 35);
     EXPECT_EQ(record.mountPoint, "/mnt2");
     EXPECT_EQ(record.fileSystemType, "ext3");
-    EXPECT_EQ(record.options, (Options{"rw", "noatime", "rw", "errors=continue"}));
+    EXPECT_EQ(record.mountOptions, "rw,noatime");
+    EXPECT_EQ(record.superOptions, "rw,errors=continue");
 }
 
 TEST(ParseMountInfo, AnyNumberOfOptionalFields) {

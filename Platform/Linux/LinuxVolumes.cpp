@@ -10,10 +10,12 @@
 #include <poll.h>
 #include <string>
 #include <sys/stat.h>
+#include <sys/statfs.h>
 #include <sys/statvfs.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 namespace orvane {
 
@@ -32,9 +34,9 @@ struct Description {
 
 Description described(const char* path) {
     Description description;
-    struct statvfs status = {};
-    if (::statvfs(path, &status) == 0) {
-        description.blockSize = status.f_frsize;
+    struct statfs status = {};
+    if (::statfs(path, &status) == 0) {
+        description.blockSize = static_cast<std::uint64_t>(status.f_frsize != 0 ? status.f_frsize : status.f_bsize);
         description.blocks = status.f_blocks;
         description.availableBlocks = status.f_bavail;
     }
@@ -103,7 +105,8 @@ std::string contentsOfFile(const char* path) {
     if (file < 0) {
         return text;
     }
-    std::array<char, 16384> buffer = {};
+    std::array<char, 16384> buffer; // NOLINT(cppcoreguidelines-pro-type-member-init): filled before it is read
+    text.reserve(buffer.size());
     while (true) {
         const ssize_t count = ::read(file, buffer.data(), buffer.size());
         if (count > 0) {
@@ -136,17 +139,18 @@ class LinuxVolumes final : public Volumes {
     }
 
     std::optional<std::vector<MountedFileSystem>> mountedFileSystems() override {
-        std::vector<MountRecord> records = parseMountInfo(contentsOfFile("/proc/self/mountinfo"));
+        const std::string table = contentsOfFile("/proc/self/mountinfo");
+        std::vector<MountRecord> records = parseMountInfo(table);
         if (records.empty()) {
             return std::nullopt;
         }
-        addUserOptions(records, contentsOfFile("/run/mount/utab"));
+        const std::string userTable = contentsOfFile("/run/mount/utab");
+        addUserOptions(records, userTable);
         const std::vector<bool> covered = coveredMounts(records);
 
-        std::vector<MountedFileSystem> mounted;
-        mounted.reserve(records.size());
+        std::vector<MountedFileSystem> mounted(records.size());
         for (std::size_t index = 0; index < records.size(); ++index) {
-            const MountRecord& record = records[index];
+            MountRecord& record = records[index];
             const std::uint32_t flags = mountFlags(record) | (covered[index] ? kMountDontBrowse : 0U);
             const char* const path = record.mountPoint.c_str();
             Description description;
@@ -154,12 +158,12 @@ class LinuxVolumes final : public Volumes {
             if ((flags & kMountDontBrowse) == 0) {
                 description = mayNotAnswer(record) ? describedByChild(path) : described(path);
             }
-            mounted.push_back({.mountPoint = record.mountPoint,
-                               .owner = mountingUser(record).value_or(description.owner),
-                               .flags = flags,
-                               .blockSize = narrowed(description.blockSize),
-                               .blocks = description.blocks,
-                               .availableBlocks = description.availableBlocks});
+            mounted[index] = {.mountPoint = std::move(record.mountPoint),
+                              .owner = mountingUser(record).value_or(description.owner),
+                              .flags = flags,
+                              .blockSize = narrowed(description.blockSize),
+                              .blocks = description.blocks,
+                              .availableBlocks = description.availableBlocks};
         }
         return mounted;
     }

@@ -4,40 +4,106 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cstddef>
-#include <map>
+#include <utility>
 
 namespace orvane {
 
 namespace {
 
-template <std::size_t count> bool contains(const std::array<std::string_view, count>& sorted, std::string_view name) {
-    return std::binary_search(sorted.begin(), sorted.end(), name);
+struct KnownType {
+    std::string_view name;
+    FileSystemKind kind;
+};
+
+constexpr bool comesBefore(const KnownType& one, const KnownType& other) {
+    return one.name < other.name;
 }
 
-/// File systems that hold no files of anybody's: the kernel's own views and switches.
-constexpr std::array<std::string_view, 31> kPseudoTypes = {
-    "anon_inodefs", "autofs",     "bdev",      "binder",  "binfmt_misc", "bpf",      "cgroup",  "cgroup2",
-    "configfs",     "cpuset",     "debugfs",   "devpts",  "devtmpfs",    "efivarfs", "fusectl", "hugetlbfs",
-    "mqueue",       "nfsd",       "nsfs",      "pipefs",  "proc",        "pstore",   "resctrl", "rootfs",
-    "rpc_pipefs",   "securityfs", "selinuxfs", "smackfs", "sockfs",      "sysfs",    "tracefs"};
+using enum FileSystemKind;
 
-/// File systems whose files are on another machine.
-constexpr std::array<std::string_view, 17> kNetworkTypes = {"9p",    "afs",      "beegfs", "ceph", "cifs",  "coda",
-                                                            "davfs", "gpfs",     "lustre", "ncp",  "ncpfs", "nfs",
-                                                            "nfs4",  "orangefs", "pvfs2",  "smb3", "smbfs"};
+/// All that are not ordinary, by name.
+constexpr std::array kKnownTypes = std::to_array<KnownType>({
+    {"9p", kNetwork},
+    {"afs", kNetwork},
+    {"anon_inodefs", kPseudo},
+    {"autofs", kPseudo},
+    {"bdev", kPseudo},
+    {"beegfs", kNetwork},
+    {"binder", kPseudo},
+    {"binfmt_misc", kPseudo},
+    {"bpf", kPseudo},
+    {"ceph", kNetwork},
+    {"cgroup", kPseudo},
+    {"cgroup2", kPseudo},
+    {"cifs", kNetwork},
+    {"coda", kNetwork},
+    {"configfs", kPseudo},
+    {"cpuset", kPseudo},
+    {"davfs", kNetwork},
+    {"debugfs", kPseudo},
+    {"devpts", kPseudo},
+    {"devtmpfs", kPseudo},
+    {"efivarfs", kPseudo},
+    {"fuse.ceph", kNetwork},
+    {"fuse.ceph-fuse", kNetwork},
+    {"fuse.curlftpfs", kNetwork},
+    {"fuse.davfs2", kNetwork},
+    {"fuse.glusterfs", kNetwork},
+    {"fuse.gvfsd-fuse", kPseudo},
+    {"fuse.mfs", kNetwork},
+    {"fuse.nfs", kNetwork},
+    {"fuse.portal", kPseudo},
+    {"fuse.rclone", kNetwork},
+    {"fuse.s3fs", kNetwork},
+    {"fuse.smbnetfs", kNetwork},
+    {"fuse.sshfs", kNetwork},
+    {"fusectl", kPseudo},
+    {"gpfs", kNetwork},
+    {"hugetlbfs", kPseudo},
+    {"lustre", kNetwork},
+    {"mqueue", kPseudo},
+    {"ncp", kNetwork},
+    {"ncpfs", kNetwork},
+    {"nfs", kNetwork},
+    {"nfs4", kNetwork},
+    {"nfsd", kPseudo},
+    {"nsfs", kPseudo},
+    {"orangefs", kNetwork},
+    {"pipefs", kPseudo},
+    {"proc", kPseudo},
+    {"pstore", kPseudo},
+    {"pvfs2", kNetwork},
+    {"ramfs", kMemory},
+    {"resctrl", kPseudo},
+    {"rootfs", kPseudo},
+    {"rpc_pipefs", kPseudo},
+    {"securityfs", kPseudo},
+    {"selinuxfs", kPseudo},
+    {"smackfs", kPseudo},
+    {"smb3", kNetwork},
+    {"smbfs", kNetwork},
+    {"sockfs", kPseudo},
+    {"sysfs", kPseudo},
+    {"tmpfs", kMemory},
+    {"tracefs", kPseudo},
+});
+static_assert(std::is_sorted(kKnownTypes.begin(), kKnownTypes.end(), comesBefore));
 
-constexpr std::array<std::string_view, 11> kNetworkFuseTypes = {
-    "fuse.ceph", "fuse.ceph-fuse", "fuse.curlftpfs", "fuse.davfs2",   "fuse.glusterfs", "fuse.mfs",
-    "fuse.nfs",  "fuse.rclone",    "fuse.s3fs",      "fuse.smbnetfs", "fuse.sshfs"};
+FileSystemKind kindOf(std::string_view type) {
+    const auto found =
+        std::lower_bound(kKnownTypes.begin(), kKnownTypes.end(), KnownType{type, kOrdinary}, comesBefore);
+    return found != kKnownTypes.end() && found->name == type ? found->kind : kOrdinary;
+}
 
-static_assert(std::is_sorted(kPseudoTypes.begin(), kPseudoTypes.end()));
-static_assert(std::is_sorted(kNetworkTypes.begin(), kNetworkTypes.end()));
-static_assert(std::is_sorted(kNetworkFuseTypes.begin(), kNetworkFuseTypes.end()));
-
-/// Where a memory file system is part of the machinery; elsewhere somebody has put it up as a volume.
-constexpr std::array<std::string_view, 6> kSystemFolders = {"/dev", "/proc", "/run", "/sys", "/tmp", "/var"};
+/// Whether a memory file system at the place is part of the machinery; elsewhere somebody has put it up as a volume.
+bool isInSystemFolder(std::string_view place) {
+    const std::string_view folder = place.substr(1, place.find('/', 1) - 1);
+    return folder == "dev" || folder == "proc" || folder == "run" || folder == "sys" || folder == "tmp" ||
+           folder == "var";
+}
 
 /// Takes the text up to the separator, or all of it, off the front.
 std::string_view takeField(std::string_view& text, char separator) {
@@ -53,9 +119,9 @@ bool isOctal(char c) {
 
 /// The kernel writes blanks, tabs, newlines and backslashes as "\" and three octal digits.
 std::string decoded(std::string_view field) {
-    std::string text;
-    text.reserve(field.size());
-    for (std::size_t index = 0; index < field.size(); ++index) {
+    const std::size_t first = field.find('\\');
+    std::string text(field.substr(0, first));
+    for (std::size_t index = text.size(); index < field.size(); ++index) {
         const std::string_view digits = field.substr(index + 1, 3);
         if (field[index] == '\\' && digits.size() == 3 && digits[0] <= '3' &&
             std::all_of(digits.begin(), digits.end(), isOctal)) {
@@ -77,65 +143,161 @@ template <typename Number> std::optional<Number> number(std::string_view text) {
     return value;
 }
 
-void addOptions(std::vector<std::string>& options, std::string_view list) {
-    while (!list.empty()) {
-        options.push_back(decoded(takeField(list, ',')));
-    }
-}
-
-std::optional<MountRecord> parseMountInfoLine(std::string_view line) {
+/// Whether the line is a record, which it then has filled.
+bool parseMountInfoLine(std::string_view line, MountRecord& record) {
     // 36 35 98:0 /root /mount/point rw,noatime shared:1 master:2 - ext4 /dev/sda1 rw,errors=continue
-    MountRecord record;
     const auto mountID = number<std::int64_t>(takeField(line, ' '));
     const auto parentID = number<std::int64_t>(takeField(line, ' '));
     takeField(line, ' ');
     takeField(line, ' ');
-    record.mountPoint = decoded(takeField(line, ' '));
-    addOptions(record.options, takeField(line, ' '));
+    const std::string_view mountPoint = takeField(line, ' ');
+    record.mountOptions = takeField(line, ' ');
     std::string_view optional = takeField(line, ' ');
     while (optional != "-") {
         if (line.empty()) {
-            return std::nullopt;
+            return false;
         }
         optional = takeField(line, ' ');
     }
-    record.fileSystemType = decoded(takeField(line, ' '));
+    record.fileSystemType = takeField(line, ' ');
     takeField(line, ' ');
-    addOptions(record.options, takeField(line, ' '));
-    if (!mountID || !parentID || !record.mountPoint.starts_with('/') || record.fileSystemType.empty()) {
-        return std::nullopt;
+    record.superOptions = takeField(line, ' ');
+    if (!mountID || !parentID || !mountPoint.starts_with('/') || record.fileSystemType.empty()) {
+        return false;
     }
     record.mountID = *mountID;
     record.parentID = *parentID;
-    return record;
+    record.mountPoint = decoded(mountPoint);
+    return true;
 }
 
-bool isAtOrUnder(std::string_view path, std::string_view folder) {
-    return path.starts_with(folder) && (path.size() == folder.size() || folder == "/" || path[folder.size()] == '/');
+/// Calls `use` with each option; most lists need not be taken apart, having nothing like `part` in them.
+template <typename Use> void forEachOption(const MountRecord& record, std::string_view part, Use use) {
+    for (std::string_view rest : {record.mountOptions, record.superOptions, std::string_view(record.userOptions)}) {
+        if (rest.find(part) == std::string_view::npos) {
+            continue;
+        }
+        while (!rest.empty()) {
+            use(takeField(rest, ','));
+        }
+    }
 }
 
 bool hasOption(const MountRecord& record, std::string_view option) {
-    return std::find(record.options.begin(), record.options.end(), option) != record.options.end();
+    bool found = false;
+    forEachOption(record, option, [&](std::string_view one) { found = found || one == option; });
+    return found;
 }
 
 bool isHidden(const MountRecord& record) {
-    if (contains(kPseudoTypes, record.fileSystemType) || hasOption(record, "x-gvfs-hide") ||
-        record.fileSystemType == "fuse.gvfsd-fuse" || record.fileSystemType == "fuse.portal") {
-        return true;
-    }
-    const bool inMemory = record.fileSystemType == "tmpfs" || record.fileSystemType == "ramfs";
-    return inMemory && std::any_of(kSystemFolders.begin(), kSystemFolders.end(),
-                                   [&](auto folder) { return isAtOrUnder(record.mountPoint, folder); });
+    return record.kind == kPseudo || (record.kind == kMemory && isInSystemFolder(record.mountPoint)) ||
+           hasOption(record, "x-gvfs-hide");
 }
+
+/// Lists of records that have a number in common; a list may hold others, too.
+class Lists {
+  public:
+    explicit Lists(std::size_t records) : first_(std::bit_ceil(records + 1)), next_(records) {}
+
+    /// Adds a record, each in front of those before.
+    void add(std::size_t record, std::uint64_t number) {
+        std::uint32_t& first = first_[listOf(number)];
+        next_[record] = first;
+        first = static_cast<std::uint32_t>(record + 1);
+    }
+
+    /// The first one in the number's list that `isIt`; nothing when there is none.
+    template <typename Test> [[nodiscard]] std::optional<std::size_t> find(std::uint64_t number, Test isIt) const {
+        for (std::uint32_t one = first_[listOf(number)]; one != 0; one = next_[one - 1]) {
+            if (isIt(one - 1)) {
+                return one - 1;
+            }
+        }
+        return std::nullopt;
+    }
+
+  private:
+    [[nodiscard]] std::size_t listOf(std::uint64_t number) const {
+        return static_cast<std::size_t>(number * 0x9E3779B97F4A7C15U >> 32U) & (first_.size() - 1);
+    }
+
+    std::vector<std::uint32_t> first_; ///< a record and 1; 0 is the end
+    std::vector<std::uint32_t> next_;
+};
+
+/// The index of the mount that each one stands on; the number of all for none.
+std::vector<std::size_t> parentsOf(const std::vector<MountRecord>& records) {
+    Lists byNumber(records.size());
+    for (std::size_t index = 0; index < records.size(); ++index) {
+        byNumber.add(index, static_cast<std::uint64_t>(records[index].mountID));
+    }
+    std::vector<std::size_t> parents(records.size());
+    for (std::size_t index = 0; index < records.size(); ++index) {
+        const std::int64_t parent = records[index].parentID;
+        parents[index] = byNumber
+                             .find(static_cast<std::uint64_t>(parent),
+                                   [&](std::size_t other) { return records[other].mountID == parent; })
+                             .value_or(records.size());
+    }
+    return parents;
+}
+
+/// Tells whether a mount lies over the place of another. Those that stand on the same mount with places of one length
+/// make a list: few of its members are above others.
+class PlacesOnMounts {
+  public:
+    explicit PlacesOnMounts(const std::vector<MountRecord>& records) : records_(records), lists_(records.size()) {
+        for (std::size_t index = 0; index < records.size(); ++index) {
+            lists_.add(index, numberOf(records[index].parentID, records[index].mountPoint.size()));
+        }
+    }
+
+    /// Whether another mount stands on the same one as this, on a folder above its place.
+    [[nodiscard]] bool coverPlaceOf(const MountRecord& record) const {
+        const std::string_view place = record.mountPoint;
+        if (place.size() > 1 && hold(record.parentID, "/")) {
+            return true;
+        }
+        std::size_t slash = place.find('/', 1);
+        while (slash != std::string_view::npos && !hold(record.parentID, place.substr(0, slash))) {
+            slash = place.find('/', slash + 1);
+        }
+        return slash != std::string_view::npos;
+    }
+
+  private:
+    static std::uint64_t numberOf(std::int64_t mountID, std::size_t length) {
+        return static_cast<std::uint64_t>(mountID) * 4096 + length;
+    }
+
+    [[nodiscard]] bool hold(std::int64_t mountID, std::string_view place) const {
+        return lists_
+            .find(numberOf(mountID, place.size()),
+                  [&](std::size_t index) {
+                      return records_[index].parentID == mountID && records_[index].mountPoint == place;
+                  })
+            .has_value();
+    }
+
+    const std::vector<MountRecord>& records_;
+    Lists lists_;
+};
 
 } // namespace
 
 std::vector<MountRecord> parseMountInfo(std::string_view text) {
     std::vector<MountRecord> records;
+    records.reserve(1 + static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')));
+    const MountRecord* previous = nullptr;
     while (!text.empty()) {
-        if (auto record = parseMountInfoLine(takeField(text, '\n'))) {
-            records.push_back(std::move(*record));
+        MountRecord& record = records.emplace_back();
+        if (!parseMountInfoLine(takeField(text, '\n'), record)) {
+            records.pop_back();
+            continue;
         }
+        const bool isLikePrevious = previous != nullptr && previous->fileSystemType == record.fileSystemType;
+        record.kind = isLikePrevious ? previous->kind : kindOf(record.fileSystemType);
+        previous = &record; // stays in place: there is room for all
     }
     return records;
 }
@@ -162,7 +324,7 @@ void addUserOptions(std::vector<MountRecord>& records, std::string_view utab) {
             return candidate.mountPoint == target && (!mountID || candidate.mountID == *mountID);
         });
         if (record != records.rend()) {
-            addOptions(record->options, options);
+            record->userOptions.append(1, ',').append(options);
         }
     }
 }
@@ -175,7 +337,7 @@ std::uint32_t mountFlags(const MountRecord& record) {
     if (record.mountPoint == "/") {
         flags |= kMountRootFileSystem;
     }
-    if (!contains(kNetworkTypes, record.fileSystemType) && !contains(kNetworkFuseTypes, record.fileSystemType)) {
+    if (record.kind != kNetwork) {
         flags |= kMountLocal;
     }
     if (isHidden(record)) {
@@ -185,43 +347,34 @@ std::uint32_t mountFlags(const MountRecord& record) {
 }
 
 bool mayNotAnswer(const MountRecord& record) {
-    return (mountFlags(record) & kMountLocal) == 0 || record.fileSystemType.starts_with("fuse");
+    return record.kind == kNetwork || record.fileSystemType.starts_with("fuse");
 }
 
 std::optional<std::uint32_t> mountingUser(const MountRecord& record) {
-    for (const std::string_view key : {"user_id=", "uid="}) {
-        for (const std::string& option : record.options) {
-            if (option.starts_with(key)) {
-                if (const auto user = number<std::uint32_t>(std::string_view(option).substr(key.size()))) {
-                    return user;
-                }
+    std::optional<std::uint32_t> server;
+    std::optional<std::uint32_t> owner;
+    forEachOption(record, "id=", [&](std::string_view option) {
+        for (const auto& [key, user] : {std::pair(std::string_view("user_id="), &server), {"uid=", &owner}}) {
+            if (!*user && option.starts_with(key)) {
+                *user = number<std::uint32_t>(option.substr(key.size()));
             }
         }
-    }
-    return std::nullopt;
+    });
+    return server ? server : owner;
 }
 
 std::vector<bool> coveredMounts(const std::vector<MountRecord>& records) {
-    std::map<std::int64_t, std::size_t> indexOfMount;
-    std::map<std::int64_t, std::vector<std::size_t>> mountsOnParent;
-    for (std::size_t index = 0; index < records.size(); ++index) {
-        indexOfMount[records[index].mountID] = index;
-        mountsOnParent[records[index].parentID].push_back(index);
-    }
+    const PlacesOnMounts places(records);
+    const std::vector<std::size_t> parents = parentsOf(records);
     // A mount on its own root, or a later one on a folder above its place.
     std::vector<bool> rootCovered(records.size());
     std::vector<bool> placeCovered(records.size());
     for (std::size_t index = 0; index < records.size(); ++index) {
-        const MountRecord& record = records[index];
-        const auto& children = mountsOnParent[record.mountID];
-        rootCovered[index] = std::any_of(children.begin(), children.end(), [&](std::size_t other) {
-            return other != index && records[other].mountPoint == record.mountPoint;
-        });
-        const auto& siblings = mountsOnParent[record.parentID];
-        placeCovered[index] = std::any_of(siblings.begin(), siblings.end(), [&](std::size_t other) {
-            return records[other].mountPoint != record.mountPoint &&
-                   isAtOrUnder(record.mountPoint, records[other].mountPoint);
-        });
+        const std::size_t parent = parents[index];
+        if (parent != records.size() && parent != index && records[parent].mountPoint == records[index].mountPoint) {
+            rootCovered[parent] = true;
+        }
+        placeCovered[index] = places.coverPlaceOf(records[index]);
     }
     // And what stands on such a mount; only the mount that covers a root does not stand beneath itself.
     std::vector<bool> result(records.size());
@@ -229,13 +382,13 @@ std::vector<bool> coveredMounts(const std::vector<MountRecord>& records) {
         bool covered = rootCovered[index] || placeCovered[index];
         std::size_t child = index;
         for (std::size_t steps = 0; steps < records.size() && !covered; ++steps) {
-            const auto parent = indexOfMount.find(records[child].parentID);
-            if (parent == indexOfMount.end() || parent->second == child) {
+            const std::size_t parent = parents[child];
+            if (parent == records.size() || parent == child) {
                 break;
             }
-            const bool isTheCover = records[child].mountPoint == records[parent->second].mountPoint;
-            covered = placeCovered[parent->second] || (rootCovered[parent->second] && !isTheCover);
-            child = parent->second;
+            covered = placeCovered[parent] ||
+                      (rootCovered[parent] && records[child].mountPoint != records[parent].mountPoint);
+            child = parent;
         }
         result[index] = covered;
     }

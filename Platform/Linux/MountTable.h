@@ -8,16 +8,28 @@
 
 namespace orvane {
 
-/// One line of `/proc/self/mountinfo`, escapes decoded.
+/// What a file system's type tells of it.
+enum class FileSystemKind : std::uint8_t {
+    kOrdinary, ///< files on this machine
+    kPseudo,   ///< no files of anybody's: the kernel's own views and switches, or the desktop's
+    kMemory,   ///< files in memory
+    kNetwork,  ///< files on another machine
+};
+
+/// One line of `/proc/self/mountinfo`. The views are of the text it was read from, escapes as they are there; the
+/// options have commas between them.
 struct MountRecord {
     std::int64_t mountID = 0;
     std::int64_t parentID = 0;
-    std::string mountPoint;
-    std::string fileSystemType;
-    std::vector<std::string> options; ///< those of the mount, of the file system, and of the mounting tool
+    std::string mountPoint; ///< escapes decoded
+    std::string_view fileSystemType;
+    FileSystemKind kind = FileSystemKind::kOrdinary;
+    std::string_view mountOptions;
+    std::string_view superOptions; ///< of the file system
+    std::string userOptions;       ///< those that the mounting tool alone knows
 };
 
-/// The records of `/proc/self/mountinfo`, in its order; a line that is none is left out.
+/// The records of `/proc/self/mountinfo`, in its order; a line that is none is left out. The text must outlive them.
 std::vector<MountRecord> parseMountInfo(std::string_view text);
 
 /// Adds the options that the kernel does not keep ("x-gvfs-hide") from the mounting tool's own table,

@@ -42,6 +42,10 @@ int PosixSystemCalls::stat(const char* path, struct stat* status) {
     return ::stat(path, status);
 }
 
+int PosixSystemCalls::lstat(const char* path, struct stat* status) {
+    return ::lstat(path, status);
+}
+
 int PosixSystemCalls::pipe(int* ends) {
     return openPipe(ends);
 }

@@ -14,6 +14,7 @@ class PosixSystemCalls : public SystemCalls {
     int chown(const char* path, uid_t owner, gid_t group) override;
     int chmod(const char* path, mode_t mode) override;
     int stat(const char* path, struct stat* status) override;
+    int lstat(const char* path, struct stat* status) override;
     int pipe(int* ends) override;
     int fcntl(int descriptor, int command, int argument) override;
     int poll(pollfd* descriptors, nfds_t count, int milliseconds) override;

@@ -39,6 +39,10 @@ class FakeSystemCalls final : public PosixSystemCalls {
         *status = fileStatus;
         return record("stat", path);
     }
+    int lstat(const char* path, struct stat* status) override {
+        *status = fileStatus;
+        return record("lstat", path);
+    }
     pid_t getpgid(pid_t processID) override { return record("getpgid", std::to_string(processID)) == 0 ? group : -1; }
     int killpg(pid_t processGroup, int signal) override {
         const int result = record("killpg", std::to_string(processGroup) + "," + std::to_string(signal));
