@@ -139,8 +139,8 @@ void print(const std::vector<std::shared_ptr<RunningApplication>>& applications)
     }
 }
 void print(const OVVolumeDictionary& volume) {
-    for (const auto& [key, value] : volume) {
-        print(key + ": " + std::visit(Text(), value));
+    for (const char* const key : OVVolumeDictionary::allKeys()) {
+        print(key + (": " + std::visit(Text(), *volume.objectForKey(key))));
     }
 }
 
