@@ -93,16 +93,6 @@ std::shared_ptr<orvane::RunningApplication> coreApplication(NSRunningApplication
     return application != nil ? std::make_shared<cocoa::CocoaRunningApplication>(application) : nullptr;
 }
 
-id numberOrString(const orvane::OVVolumeDictionary::mapped_type& value) {
-    if (const auto* const text = std::get_if<std::string>(&value)) {
-        return face::stringOf(*text);
-    }
-    if (const auto* const number = std::get_if<std::uint64_t>(&value)) {
-        return [NSNumber numberWithUnsignedLongLong:*number];
-    }
-    return [NSNumber numberWithBool:(std::get<bool>(value) ? YES : NO)];
-}
-
 } // namespace
 
 /// What a method of the face does: the same of the core's.
@@ -194,13 +184,16 @@ id numberOrString(const orvane::OVVolumeDictionary::mapped_type& value) {
     }
     NSMutableArray* const result = [NSMutableArray arrayWithCapacity:volumes->size()];
     for (const orvane::OVVolumeDictionary& volume : *volumes) {
-        NSMutableDictionary* const dictionary = [NSMutableDictionary dictionaryWithCapacity:volume.size()];
-        for (const auto& [key, value] : volume) {
-            if (id const object = numberOrString(value)) {
-                [dictionary setObject:object forKey:face::stringOf(key)];
-            }
-        }
-        [result addObject:dictionary];
+        [result addObject:[NSMutableDictionary
+                              dictionaryWithObjectsAndKeys:face::stringOf(volume.path()), OVVolumePath,
+                                                           [NSNumber numberWithUnsignedLongLong:volume.owner()],
+                                                           OVVolumeOwner,
+                                                           [NSNumber numberWithBool:(volume.isLocal() ? YES : NO)],
+                                                           OVVolumeIsLocal,
+                                                           [NSNumber numberWithUnsignedLongLong:volume.totalSpace()],
+                                                           OVVolumeTotalSpace,
+                                                           [NSNumber numberWithUnsignedLongLong:volume.freeSpace()],
+                                                           OVVolumeFreeSpace, nil]];
     }
     return result;
 }
