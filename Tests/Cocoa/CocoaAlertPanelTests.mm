@@ -1,6 +1,7 @@
 #include "Platform/AlertPanel.h"
 
 #include "Platform/Cocoa/CocoaSupport.h"
+#include "Tests/Cocoa/CocoaTestSupport.h"
 
 #import <AppKit/AppKit.h>
 
@@ -16,7 +17,7 @@
     std::vector<std::string>* shown;
 }
 - (id)initWithTitle:(NSString*)title;
-- (void)click:(id)sender;
+- (void)click:(NSTimer*)timer;
 @end
 
 namespace {
@@ -49,8 +50,9 @@ void collect(NSView* view, NSMutableArray* controls) {
     [super dealloc];
 }
 
-- (void)click:(id)sender {
-    (void)sender;
+- (void)click:(NSTimer*)timer {
+    (void)timer;
+    shown->clear();
     NSMutableArray* controls = [NSMutableArray array];
     collect([[NSApp modalWindow] contentView], controls);
     NSButton* button = nil;
@@ -67,7 +69,8 @@ void collect(NSView* view, NSMutableArray* controls) {
     } else {
         [NSApp stopModalWithCode:-1000];
     }
-    // A modal session looks at its end only after an event.
+    // A modal session looks at its end only after an event, and for one only when something wakes it: this timer,
+    // again.
     [NSApp postEvent:[NSEvent otherEventWithType:NSApplicationDefined
                                         location:NSZeroPoint
                                    modifierFlags:0
@@ -94,11 +97,14 @@ struct Answered {
 /// Asks, and clicks the button of that title.
 Answered ask(const AlertPanelTexts& texts, NSString* button) {
     OVClicker* clicker = [[[OVClicker alloc] initWithTitle:button] autorelease];
-    [clicker performSelector:@selector(click:)
-                  withObject:nil
-                  afterDelay:0.1
-                     inModes:[NSArray arrayWithObject:NSModalPanelRunLoopMode]];
+    NSTimer* timer = [NSTimer timerWithTimeInterval:0.1
+                                             target:clicker
+                                           selector:@selector(click:)
+                                           userInfo:nil
+                                            repeats:YES];
+    [[NSRunLoop currentRunLoop] addTimer:timer forMode:NSModalPanelRunLoopMode];
     const std::int32_t answer = AlertPanel::platform().run(texts);
+    [timer invalidate];
     return {answer, *clicker->shown};
 }
 
@@ -120,7 +126,18 @@ TEST(CocoaAlertPanelTest, TheOtherButtonIsMinusOne) {
 }
 
 TEST(CocoaAlertPanelTest, AnotherEndIsAnotherNumber) {
-    EXPECT_EQ(ask(kTexts, @"no such button").answer, -1000);
+    const std::int32_t answer = ask(kTexts, @"no such button").answer;
+
+    EXPECT_NE(answer, kAlertPanelDefault);
+    EXPECT_NE(answer, kAlertPanelAlternate);
+    EXPECT_NE(answer, kAlertPanelOther);
+}
+
+TEST(CocoaAlertPanelTest, WithoutAScreenTheAnswerIsTheAlternateButton) {
+    const Ended ended = runProbe({"ask"}, {{"DISPLAY", ""}});
+
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(ended.output, "0");
 }
 
 TEST(CocoaAlertPanelTest, ShowsTheTextsAsTheyAreAPercentSignToo) {

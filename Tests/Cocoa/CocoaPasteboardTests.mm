@@ -3,8 +3,25 @@
 #include "Pasteboard/OVPasteboardServer.h"
 #include "Platform/RunLoop.h"
 #include "Tests/Cocoa/CocoaTestSupport.h"
+#include "Tests/Fakes/RecordingLog.h"
 
 #include <gtest/gtest.h>
+
+/// Promises data, and hands out that of one type.
+@interface OVPromiser : NSObject <NSPasteboardItemDataProvider>
+@end
+
+@implementation OVPromiser
+- (void)pasteboard:(NSPasteboard*)pasteboard item:(NSPasteboardItem*)item provideDataForType:(NSString*)type {
+    (void)pasteboard;
+    if ([type isEqual:@"com.example.kept"]) {
+        [item setData:[NSData dataWithBytes:"kept" length:4] forType:type];
+    }
+}
+- (void)pasteboardFinishedWithDataProvider:(NSPasteboard*)pasteboard {
+    (void)pasteboard;
+}
+@end
 
 namespace orvane::test {
 
@@ -203,6 +220,23 @@ class CocoaPasteboardHistoryTest : public CocoaPasteboardTest {
         return history->empty() ? std::vector<std::string>() : textsOf(*history->front());
     }
 };
+
+TEST_F(CocoaPasteboardHistoryTest, ATypeThatItsOwnerDoesNotHandOutIsLoggedAndLeftOut) {
+    NSPasteboardItem* promising = [[[NSPasteboardItem alloc] init] autorelease];
+    [promising setDataProvider:[[[OVPromiser alloc] init] autorelease]
+                      forTypes:[NSArray arrayWithObjects:@"com.example.broken", @"com.example.kept", nil]];
+    NoRunLoop runLoop;
+    const auto server = OVPasteboardServer::create(service, runLoop);
+    const testing::RecordingLog log;
+
+    const auto copy =
+        server->pasteboardItemByCopyingPasteboardItem(std::make_shared<CocoaPasteboardItem>(promising, false));
+
+    EXPECT_EQ(copy->types(), one("com.example.kept"));
+    EXPECT_EQ(bytesOf(*copy, "com.example.kept"), "kept");
+    ASSERT_EQ(log.messages.size(), 1U);
+    EXPECT_NE(log.messages[0].find("ERROR: no data for type com.example.broken"), std::string::npos);
+}
 
 TEST_F(CocoaPasteboardHistoryTest, TheFirstEntryIsThePresentContent) {
     ASSERT_TRUE(general->writeObjects({itemOf({{kText, "first"}, {kOther, "kept"}})}));

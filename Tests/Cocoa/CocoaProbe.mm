@@ -1,5 +1,6 @@
 // Plays the other process of the tests, and as an application of its own the one that they launch.
 
+#include "Platform/AlertPanel.h"
 #include "Platform/Bundle.h"
 #include "Platform/Cocoa/CocoaPasteboard.h"
 #include "Platform/Locale.h"
@@ -93,6 +94,11 @@ int locale(const Words& words) {
     return print(locale.decimalSeparator() + "\n" + locale.dateString() + "\n");
 }
 
+int ask(const Words& words) {
+    (void)words;
+    return print(std::to_string(orvane::AlertPanel::platform().run({"Title", "Text", "Yes", "No", "Other"})));
+}
+
 /// Is an application until it is asked to quit, or for a minute.
 int application() {
     [NSApplication sharedApplication];
@@ -119,7 +125,8 @@ int main(int argc, char** argv) {
                                {"paste", 2, paste},
                                {"bundle", 2, bundle},
                                {"unique-name", 1, uniqueName},
-                               {"locale", 1, locale}};
+                               {"locale", 1, locale},
+                               {"ask", 1, ask}};
     @autoreleasepool {
         const Words words(argv + 1, argv + argc);
         for (const Work& work : kWorks) {

@@ -31,13 +31,17 @@ TEST(CocoaSupportTest, APathThatIsNotUTF8IsAString) {
     EXPECT_TRUE([stringOfPath("/some/gr\xC3\xBCn") isEqual:stringOf("/some/gr\xC3\xBCn")]);
 }
 
-TEST(CocoaSupportTest, HalfAPairDoesNotLoseTheRest) {
-    const unichar characters[] = {'a', 0xD83D, 'b'};
+TEST(CocoaSupportTest, HalfAPairIsReplacedAndLosesNothingElse) {
+    NSString* pair = stringOf("a\xF0\x9F\x98\x80z");
 
-    const std::string text = textOf([NSString stringWithCharacters:characters length:3]);
+    EXPECT_EQ(textOf([pair substringToIndex:2]), "a\xEF\xBF\xBD");
+    EXPECT_EQ(textOf([pair substringFromIndex:2]), "\xEF\xBF\xBDz");
+}
 
-    EXPECT_EQ(text.front(), 'a');
-    EXPECT_EQ(text.back(), 'b');
+TEST(CocoaSupportTest, CharactersOfEachLengthGoBothWays) {
+    const std::string text = "\x01\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF";
+
+    EXPECT_EQ(textOf(stringOf(text)), text);
 }
 
 TEST(CocoaSupportTest, NilIsNoText) {
@@ -59,6 +63,7 @@ TEST(CocoaSupportTest, AnExceptionEndsAtTheEdgeAsTheFailureWithALogLine) {
 }
 
 TEST(CocoaSupportTest, AnExceptionRunsTheDestructorsOnItsWay) {
+    const testing::RecordingLog log;
     auto held = std::make_shared<int>(1);
     const std::weak_ptr<int> watched = held;
 
