@@ -58,7 +58,7 @@ static NSString* const kItemsType = @"com.orvane.pasteboard-items";
 #pragma clang diagnostic push
 #pragma clang diagnostic ignored "-Wobjc-protocol-method-implementation"
 
-// GNUstep's own keeps the data, but never says of which types it has any.
+// GNUstep's own keeps the data, but never says of which types it has any, and raises an exception for the others.
 @implementation NSPasteboardItem (OVRepairedForGNUstep)
 
 - (BOOL)setData:(NSData*)data forType:(NSString*)type {
@@ -72,8 +72,25 @@ static NSString* const kItemsType = @"com.orvane.pasteboard-items";
     return YES;
 }
 
+- (BOOL)setDataProvider:(id<NSPasteboardItemDataProvider>)provider forTypes:(NSArray*)types {
+    for (NSString* type in types) {
+        if (![_types containsObject:type]) {
+            [_types addObject:type];
+        }
+        [_providerMap setObject:provider forKey:type];
+    }
+    return YES;
+}
+
 - (NSArray*)types {
     return [NSArray arrayWithArray:_types];
+}
+
+- (NSData*)dataForType:(NSString*)type {
+    if ([_dataMap objectForKey:type] == nil) {
+        [[_providerMap objectForKey:type] pasteboard:nil item:self provideDataForType:type];
+    }
+    return [_dataMap objectForKey:type];
 }
 
 @end
@@ -84,19 +101,23 @@ static NSString* const kItemsType = @"com.orvane.pasteboard-items";
     return [self declareTypes:[NSArray array] owner:nil];
 }
 
-// Each item as its types and their data by turns.
+// Types and their data by turns. A type whose owner does not hand its data out is left out.
+static NSArray* ContentOfItem(NSPasteboardItem* item) {
+    NSMutableArray* content = [NSMutableArray array];
+    for (NSString* type in [item types]) {
+        NSData* data = [item dataForType:type];
+        if (data != nil) {
+            [content addObject:type];
+            [content addObject:data];
+        }
+    }
+    return content;
+}
+
 static NSData* ArchiveOfItems(NSArray* items) {
     NSMutableArray* archive = [NSMutableArray array];
     for (NSPasteboardItem* item in items) {
-        NSMutableArray* content = [NSMutableArray array];
-        for (NSString* type in [item types]) {
-            NSData* data = [item dataForType:type];
-            if (data != nil) {
-                [content addObject:type];
-                [content addObject:data];
-            }
-        }
-        [archive addObject:content];
+        [archive addObject:ContentOfItem(item)];
     }
     return [NSPropertyListSerialization dataFromPropertyList:archive
                                                       format:NSPropertyListBinaryFormat_v1_0
@@ -142,19 +163,22 @@ static NSArray* ItemsOfArchive(NSData* archive) {
     }
     [items addObjectsFromArray:objects];
 
-    NSPasteboardItem* first = [items objectAtIndex:0];
     NSData* archive = [items count] > 1 ? ArchiveOfItems(items) : nil;
-    NSMutableArray* types = [NSMutableArray arrayWithArray:[first types]];
+    if ([items count] > 1 && archive == nil) {
+        return NO;
+    }
+    NSArray* first = ContentOfItem([items objectAtIndex:0]);
+    NSMutableArray* types = [NSMutableArray array];
+    for (NSUInteger place = 0; place < [first count]; place += 2) {
+        [types addObject:[first objectAtIndex:place]];
+    }
     if (archive != nil) {
         [types addObject:kItemsType];
-    } else if ([items count] > 1) {
-        return NO;
     }
     [self declareTypes:types owner:nil];
     BOOL written = archive == nil || [self setData:archive forType:kItemsType];
-    for (NSString* type in [first types]) {
-        NSData* data = [first dataForType:type];
-        written = data != nil && [self setData:data forType:type] && written;
+    for (NSUInteger place = 0; place < [first count]; place += 2) {
+        written = [self setData:[first objectAtIndex:place + 1] forType:[first objectAtIndex:place]] && written;
     }
     return written;
 }
