@@ -6,30 +6,11 @@
 
 namespace orvane {
 
-const char* const OVVolumePath = "OVVolumePath";
-const char* const OVVolumeOwner = "OVVolumeOwner";
-const char* const OVVolumeIsLocal = "OVVolumeIsLocal";
-const char* const OVVolumeTotalSpace = "OVVolumeTotalSpace";
-const char* const OVVolumeFreeSpace = "OVVolumeFreeSpace";
-
 const char* const kOVSecureEraseFreeSpaceTempFilename = "secure-erase.temp";
 
 namespace {
 
 constexpr const char* kDiskUtility = "/usr/sbin/diskutil";
-
-void fill(OVVolumeDictionary& volume, MountedFileSystem&& mounted) {
-    const std::uint64_t blockSize = mounted.blockSize;
-    // In the order of the keys, so that each has its place at the end.
-    const auto append = [&](const char* key, OVVolumeDictionary::mapped_type value) {
-        volume.emplace_hint(volume.end(), key, std::move(value));
-    };
-    append(OVVolumeFreeSpace, blockSize * mounted.availableBlocks);
-    append(OVVolumeIsLocal, (mounted.flags & kMountLocal) != 0);
-    append(OVVolumeOwner, std::uint64_t{mounted.owner});
-    append(OVVolumePath, std::move(mounted.mountPoint));
-    append(OVVolumeTotalSpace, blockSize * mounted.blocks);
-}
 
 } // namespace
 
@@ -63,12 +44,10 @@ std::int32_t OVTaskRunner::ejectAllVolumes() {
         return 0;
     }
     for (const OVVolumeDictionary& volume : *volumes) {
-        const auto* const owner = std::get_if<std::uint64_t>(&volume.find(OVVolumeOwner)->second);
-        const auto* const path = std::get_if<std::string>(&volume.find(OVVolumePath)->second);
-        if (static_cast<std::uint32_t>(*owner) != services_.calls.getuid()) {
+        if (static_cast<std::uint32_t>(volume.owner()) != services_.calls.getuid()) {
             continue;
         }
-        if (const std::int32_t status = ejectVolume(*path); status != 0) {
+        if (const std::int32_t status = ejectVolume(volume.path()); status != 0) {
             return status;
         }
     }
@@ -85,7 +64,10 @@ std::optional<std::vector<OVVolumeDictionary>> OVTaskRunner::mountedBrowsableVol
     volumes.reserve(mounted->size());
     for (MountedFileSystem& fileSystem : *mounted) {
         if ((fileSystem.flags & (kMountDontBrowse | kMountRootFileSystem)) == 0) {
-            fill(volumes.emplace_back(), std::move(fileSystem));
+            const std::uint64_t blockSize = fileSystem.blockSize;
+            volumes.emplace_back(std::move(fileSystem.mountPoint), fileSystem.owner,
+                                 (fileSystem.flags & kMountLocal) != 0, blockSize * fileSystem.blocks,
+                                 blockSize * fileSystem.availableBlocks);
         }
     }
     return volumes;

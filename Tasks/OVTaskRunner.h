@@ -17,33 +17,22 @@
 #include "Tasks/CommandRunner.h"
 #include "Tasks/OVShellCommand.h"
 #include "Tasks/OVTaskDelegate.h"
+#include "Tasks/OVVolumeDictionary.h"
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <variant>
 #include <vector>
 
 namespace orvane {
 
 class OVPasteboardServer;
 
-// The keys of a volume dictionary, each with its own name as value.
-extern const char* const OVVolumePath;       ///< text: the mount point
-extern const char* const OVVolumeOwner;      ///< 64 bits: the id of the user who mounted it
-extern const char* const OVVolumeIsLocal;    ///< boolean: whether its files are on this machine
-extern const char* const OVVolumeTotalSpace; ///< 64 bits: bytes in all
-extern const char* const OVVolumeFreeSpace;  ///< 64 bits: bytes that a user other than root may still fill
-
 /// "secure-erase.temp": the file at the top of a volume that fills its free space to have it overwritten.
 extern const char* const kOVSecureEraseFreeSpaceTempFilename;
-
-/// One mounted volume: the five keys above.
-using OVVolumeDictionary = std::map<std::string, std::variant<std::string, std::uint64_t, bool>, std::less<>>;
 
 // Browsers, as `cleanBrowserCache:` and `cleanBrowserHistory:` name them. Compared exactly.
 extern const char* const kOVBrowserSafari;  ///< "com.apple.safari"

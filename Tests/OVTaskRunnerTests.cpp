@@ -455,18 +455,24 @@ TEST_F(VolumeTasks, ListsBrowsableVolumesInOrder) {
     const auto list = runner.mountedBrowsableVolumes();
     ASSERT_TRUE(list);
     ASSERT_EQ(list->size(), 2U);
-    EXPECT_EQ(list->at(0), (OVVolumeDictionary{{"OVVolumePath", std::string("/b")},
-                                               {"OVVolumeOwner", std::uint64_t{501}},
-                                               {"OVVolumeIsLocal", true},
-                                               {"OVVolumeTotalSpace", std::uint64_t{4096000}},
-                                               {"OVVolumeFreeSpace", std::uint64_t{40960}}}));
+    EXPECT_EQ(list->at(0), OVVolumeDictionary("/b", 501, true, 4096000, 40960));
     // Neither the block size nor the product is cut to 32 bits.
-    EXPECT_EQ(list->at(1), (OVVolumeDictionary{{"OVVolumePath", std::string("/a c")},
-                                               {"OVVolumeOwner", std::uint64_t{4294967294U}},
-                                               {"OVVolumeIsLocal", false},
-                                               {"OVVolumeTotalSpace", std::uint64_t{4294967295U} << 31U},
-                                               {"OVVolumeFreeSpace", std::uint64_t{42949672950U}}}));
+    EXPECT_EQ(list->at(1),
+              OVVolumeDictionary("/a c", 4294967294U, false, std::uint64_t{4294967295U} << 31U, 42949672950U));
     EXPECT_TRUE(log.messages.empty());
+}
+
+TEST_F(VolumeTasks, DictionariesHoldFiveKeysAndNoOther) {
+    const OVVolumeDictionary volume("/b", 501, true, 4096000, 40960);
+    EXPECT_EQ(volume.objectForKey("OVVolumePath"), OVVolumeDictionary::Value(std::string("/b")));
+    EXPECT_EQ(volume.objectForKey("OVVolumeOwner"), OVVolumeDictionary::Value(std::uint64_t{501}));
+    EXPECT_EQ(volume.objectForKey("OVVolumeIsLocal"), OVVolumeDictionary::Value(true));
+    EXPECT_EQ(volume.objectForKey("OVVolumeTotalSpace"), OVVolumeDictionary::Value(std::uint64_t{4096000}));
+    EXPECT_EQ(volume.objectForKey("OVVolumeFreeSpace"), OVVolumeDictionary::Value(std::uint64_t{40960}));
+    EXPECT_EQ(volume.objectForKey("OVVolume"), std::nullopt);
+    for (const char* const key : OVVolumeDictionary::allKeys()) {
+        EXPECT_TRUE(volume.objectForKey(key)) << key;
+    }
 }
 
 TEST_F(VolumeTasks, StartUpVolumeAloneYieldsAnEmptyList) {

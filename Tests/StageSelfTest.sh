@@ -157,6 +157,13 @@ test_entering() {
     in_shell 'exec 3>&- 4>&- 5>&-; ls /proc/self/fd' 7</etc/passwd >"$work/said.txt"
     equal 'no other descriptors come along' '0 1 2 3' "$(tr '\n' ' ' <"$work/said.txt" | sed 's/ $//')"
     equal 'programs are brought along' 'brought' "$(on_stage --program "$(type -P printf)" -- /stage/bin/printf brought)"
+    mkdir -p "$work/Resources/inner"
+    printf 'data' >"$work/Resources/inner/a file"
+    chmod 0600 "$work/Resources/inner/a file"
+    equal 'data is brought along, for everybody to read' 'data 644 0' "$(on_stage --data "$work/Resources" --as ann -- \
+        /bin/bash -c 'cat "$1"; stat -c " %a %u" "$1"' bash '/stage/bin/Resources/inner/a file')"
+    on_stage --data "$work/missing" -- /usr/bin/true 2>/dev/null
+    equal 'missing data is reported' 70 $?
 }
 
 # A program that does what the tool does: it sets its own bit, and becomes root by it.
@@ -521,6 +528,33 @@ TEXT
     check 'lsregister has dropped it' 0 '' bash -c "! $lsregister -dump | grep -q Player"
     check 'lsregister has kept the others' 0 /Applications/Editor.app "$lsregister" -dump
     check 'lsregister: an unknown domain' 1 'unknown domain' "$lsregister" -r -domain mars
+    check 'lsregister: an unknown domain among others' 1 'unknown domain mars' "$lsregister" -r -all local,mars
+    check 'lsregister -all registers the applications of the domains' 0 $'registered /System/Library/CoreServices/Dock.app\nregistered /System/Library/CoreServices/Finder.app' \
+        setpriv_ann "$lsregister" -kill -v -f -r -all local,system,user
+    check 'lsregister writes error -10811 to the errors' 0 'lsregister: error -10811 (not an application): /Applications/Half Removed.app' \
+        setpriv_ann bash -c "$lsregister -r -all local 2>&1 >/dev/null"
+    check 'lsregister: a user has a register of their own' 0 'Editor.app' cat /var/folders/zz/stage_ann/C/com.apple.LaunchServices.register
+    check 'lsregister: the register of the system is not of it' 1 '' grep -q CoreServices /var/db/lsd/register
+
+    check 'osascript runs the statements in order' 0 '' setpriv_ann osascript -e $'quit application "Finder"\ndelay 0\nactivate application "Finder"'
+    check 'osascript has noted them' 0 $'quit application "Finder"\ndelay 0\nactivate application "Finder"' sed 's/^.*]: ann: //' /var/log/osascript.log
+    check 'osascript joins lines' 0 '' osascript -e 'quit application "Dock"' -e 'tell application "System Events" to restart'
+    check 'osascript notes who it was' 0 'root: tell application "System Events" to restart' tail -n 1 /var/log/osascript.log
+    check 'osascript: an application that is not there' 1 "Can't get application \"Dook\". (-1728)" osascript -e 'quit application "Dook"'
+    check 'osascript: another statement' 1 'syntax error' osascript -e 'quit application "Dock"' -e 'say "hello"'
+    check 'osascript does nothing of a script that it does not understand' 0 restart tail -n 1 /var/log/osascript.log
+    check 'osascript: no script' 1 usage osascript file.scpt
+    check 'osascript: -e without a script' 1 'requires an argument' osascript -e
+
+    check 'networksetup lists the services' 0 '(Hardware Port: Wi-Fi, Device: en1)' networksetup -listnetworkserviceorder
+    check 'networksetup: the power is on' 0 'Wi-Fi Power (en1): On' networksetup -getairportpower en1
+    check 'networksetup switches it off' 0 '' setpriv_ann networksetup -setairportpower en1 off
+    check 'networksetup: the power is off' 0 'Wi-Fi Power (en1): Off' networksetup -getairportpower en1
+    check 'networksetup keeps each switch' 0 $'on\noff' cat /var/db/airport
+    check 'networksetup: no Wi-Fi device' 10 'en0 is not a Wi-Fi interface.' networksetup -setairportpower en0 on
+    check 'networksetup: no device at all' 4 'not valid' networksetup -setairportpower on
+    check 'networksetup: neither on nor off' 4 'not a valid power state' networksetup -setairportpower en1 dim
+    check 'networksetup: an unknown command' 4 usage networksetup -setdhcp Wi-Fi
 
     check 'sqlite3: a vacuum makes the mail index smaller' 0 '' bash -c '
         cd "/Users/ann/Library/Mail/V5/MailData"; before=$(stat -c %s "Envelope Index")

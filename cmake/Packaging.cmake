@@ -10,7 +10,7 @@ if(APPLE)
     return()
   endif()
   # Applications link the framework, whose services are AppKit's.
-  include(cmake/Framework.cmake)
+  include(cmake/FrameworkBundle.cmake)
   set(orvane_resources Library/Frameworks/Orvane.framework/Resources)
   install(TARGETS OrvaneFramework EXPORT OrvaneTargets FRAMEWORK DESTINATION Library/Frameworks)
 else()

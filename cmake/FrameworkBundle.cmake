@@ -1,5 +1,4 @@
-# Orvane.framework, for applications: the Objective-C classes over the core, with AppKit's services under it.
-file(GLOB orvane_faces CONFIGURE_DEPENDS Framework/*.mm)
+# Orvane.framework, for applications: the Objective-C face, and under it the core with AppKit's services.
 
 # The headers that an application may include are those that the framework's own header names.
 set(orvane_public_headers Orvane.h OVFrameworkTypes.h)
@@ -8,12 +7,12 @@ list(TRANSFORM imports REPLACE "^#import \"(.*)\"$" "\\1")
 list(APPEND orvane_public_headers ${imports})
 list(TRANSFORM orvane_public_headers PREPEND Framework/)
 
-add_library(OrvaneFramework SHARED ${orvane_faces} ${orvane_public_headers} Resources/LargeFilesTemplate.savedSearch)
-target_link_libraries(OrvaneFramework PRIVATE $<BUILD_INTERFACE:OrvaneCocoa> $<BUILD_INTERFACE:orvane_product>)
-target_compile_options(OrvaneFramework PRIVATE
-  $<$<COMPILE_LANGUAGE:OBJCXX>:-fexceptions;-fobjc-exceptions;-fno-cxx-exceptions>)
+add_library(OrvaneFramework SHARED
+  $<TARGET_OBJECTS:orvane_framework> ${orvane_public_headers} Resources/LargeFilesTemplate.savedSearch)
+target_link_libraries(OrvaneFramework PRIVATE $<BUILD_INTERFACE:OrvaneCocoa>)
 set_source_files_properties(Resources/LargeFilesTemplate.savedSearch PROPERTIES MACOSX_PACKAGE_LOCATION Resources)
 set_target_properties(OrvaneFramework PROPERTIES
+  LINKER_LANGUAGE CXX
   OUTPUT_NAME Orvane
   EXPORT_NAME Orvane
   FRAMEWORK ON

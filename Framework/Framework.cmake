@@ -1,0 +1,16 @@
+# The Objective-C face of the library. Objects, not an archive: a linker would leave the categories in it.
+add_library(orvane_framework OBJECT
+  Framework/NSFileManager+Globbing.mm
+  Framework/NSFileManager+SUIDRoot.mm
+  Framework/NSFileManager+TemporaryDirectory.mm
+  Framework/OVAuthorization.mm
+  Framework/OVConversions.mm
+  Framework/OVFrameworkLog.mm
+  Framework/OVMemoryStatistics.mm
+  Framework/OVPasteboardServer.mm
+  Framework/OVShellCommand.mm
+  Framework/OVTaskRunner.mm
+  Framework/ZRBytesValueTransformer.mm
+  Framework/ZRSystemVersion.mm)
+target_link_libraries(orvane_framework PUBLIC OrvaneCocoa PRIVATE orvane_product)
+target_compile_options(orvane_framework PRIVATE -fexceptions -fobjc-exceptions -fno-cxx-exceptions)

@@ -1,0 +1,43 @@
+#import "OVFrameworkTypes.h"
+
+OV_ASSUME_NONNULL_BEGIN
+
+/// Gets the administrator right from the user and runs one program as root with it. Methods that return a status
+/// return 0 or the Security framework's `OSStatus`, unchanged. For one thread, in a process without other children:
+/// each run waits for one child, whichever ends first.
+@interface OVAuthorization : NSObject {
+  @private
+    void* core_;
+    NSString* toolPath_;
+}
+
+- (id)initWithToolPath:(NSString* OV_NULLABLE)toolPath;
+
+/// The absolute path of the program to run as root; not retained for the caller.
+- (NSString* OV_NULLABLE)toolPath;
+/// The right has to be granted anew for another path.
+- (void)setToolPath:(NSString* OV_NULLABLE)toolPath;
+
+/// Asks for the right "system.privilege.admin" for the tool path; the framework asks the user.
+- (int32_t)authenticate;
+/// Gives the right up. Deliberately does not forget that it was granted: a run after it fails with the framework's
+/// status.
+- (int32_t)deauthenticate;
+
+/// Runs the tool path as root with the arguments: C strings up to a null pointer, without the program's name. The
+/// program's exit status is not reported.
+- (int32_t)runWithPriviliges:(char* OV_NULLABLE const* OV_NULLABLE)arguments;
+
+/// "/bin/rm -rf" with the path, as root.
+- (int32_t)removeWithPriviliges:(NSString*)path;
+/// "/bin/cp -f" with both paths, as root.
+- (int32_t)copyWithPriviliges:(NSString*)source to:(NSString*)destination;
+/// "/bin/mkdir -p" with the path, as root.
+- (int32_t)createDirectoryAtPath:(NSString*)path;
+
+/// Authenticates, runs the tool and gives the right up. Failures are logged.
++ (int32_t)runToolWithPriviliges:(NSString*)toolPath arguments:(char* OV_NULLABLE const* OV_NULLABLE)arguments;
+
+@end
+
+OV_ASSUME_NONNULL_END

@@ -1,0 +1,9 @@
+#import "OVFrameworkTypes.h"
+
+/// How much memory is free.
+@interface OVMemoryStatistics : NSObject
+
+/// Free physical memory in bytes; -1, with a text on standard error, when it cannot be measured.
++ (int64_t)freeMemoryCount;
+
+@end

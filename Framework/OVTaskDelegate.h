@@ -1,0 +1,33 @@
+#import "OVFrameworkTypes.h"
+
+OV_ASSUME_NONNULL_BEGIN
+
+/// Stands for a task in the first two messages of `OVTaskDelegate`. The runner sends neither; an owner that does
+/// decides what the object is.
+@class OVTask;
+
+/// The owner of an `OVTaskRunner`: receives output, answers cancel questions and supplies the user's choices. All
+/// messages arrive on the thread that called the runner.
+///
+/// An exception that one of these methods raises ends the running task as a cancel would, and is raised again from
+/// the runner's method.
+@protocol OVTaskDelegate <NSObject>
+@required
+/// Not sent by the runner.
+- (void)taskWillBegin:(OVTask*)task;
+/// Not sent by the runner.
+- (void)task:(OVTask*)task completedWithStatus:(int32_t)status;
+/// One chunk of command output, or a progress line of a task; nil for a chunk that is not UTF-8.
+- (void)hasOutputAvailable:(NSString* OV_NULLABLE)output;
+/// Whether the running task should end.
+- (BOOL)shouldCancel;
+/// The folder in which a dated archive of the desktop is made, a leading tilde allowed; nil when there is none.
+- (NSString* OV_NULLABLE)archiveDesktopPath;
+/// The size from which a file counts as large, in megabytes of 1,000,000 bytes.
+- (uint64_t)largeFilesSize;
+/// Paths chosen by the user, at least one; nil when the user chose none.
+- (NSArray* OV_NULLABLE)inputPathsWithDirectoriesOnly:(BOOL)directoriesOnly
+                              allowsMultipleSelection:(BOOL)allowsMultipleSelection;
+@end
+
+OV_ASSUME_NONNULL_END

@@ -1,0 +1,27 @@
+#include "Platform/AppleScript.h"
+#include "Platform/Cocoa/CocoaSupport.h"
+
+namespace orvane {
+
+namespace {
+
+using namespace cocoa;
+
+class CocoaAppleScript final : public AppleScript {
+  public:
+    bool execute(const std::string& source) override {
+        return guarded(false, [&] {
+            NSAppleScript* script = [[[NSAppleScript alloc] initWithSource:stringOf(source)] autorelease];
+            return [script executeAndReturnError:nullptr] != nil;
+        });
+    }
+};
+
+} // namespace
+
+AppleScript& AppleScript::platform() {
+    static constinit CocoaAppleScript script;
+    return script;
+}
+
+} // namespace orvane

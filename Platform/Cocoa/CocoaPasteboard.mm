@@ -1,0 +1,142 @@
+#include "Platform/Cocoa/CocoaPasteboard.h"
+
+namespace orvane {
+
+namespace cocoa {
+
+namespace {
+
+constexpr NSUInteger kDescribedBytes = 24;
+
+PasteboardItems itemsOf(NSArray* objects) {
+    PasteboardItems items;
+    for (NSPasteboardItem* item in objects) {
+        items.push_back(std::make_shared<CocoaPasteboardItem>(item, true));
+    }
+    return items;
+}
+
+NSData* dataOf(const PasteboardData& data) {
+    if (const auto* ours = dynamic_cast<const CocoaPasteboardData*>(&data)) {
+        return ours->data();
+    }
+    const std::string_view bytes = data.bytes();
+    return [NSData dataWithBytes:bytes.data() length:bytes.size()];
+}
+
+} // namespace
+
+std::string_view CocoaPasteboardData::bytes() const {
+    return {static_cast<const char*>([data_.get() bytes]), [data_.get() length]};
+}
+
+std::string CocoaPasteboardData::description() const {
+    return guarded(std::string("data"), [&] {
+        NSData* data = data_.get();
+        if ([data length] <= kDescribedBytes) {
+            return textOf([data description]);
+        }
+        NSData* start = [data subdataWithRange:NSMakeRange(0, kDescribedBytes)];
+        return textOf([start description]) + " and so on, " + std::to_string([data length]) + " bytes";
+    });
+}
+
+std::vector<std::string> CocoaPasteboardItem::types() {
+    return guarded(std::vector<std::string>(), [&] {
+        std::vector<std::string> types;
+        for (NSString* type in [item_.get() types]) {
+            types.push_back(textOf(type));
+        }
+        return types;
+    });
+}
+
+std::shared_ptr<const PasteboardData> CocoaPasteboardItem::dataForType(const std::string& type) {
+    return guarded(std::shared_ptr<const PasteboardData>(), [&]() -> std::shared_ptr<const PasteboardData> {
+        NSData* data = [item_.get() dataForType:stringOf(type)];
+        return data != nil ? std::make_shared<CocoaPasteboardData>(data) : nullptr;
+    });
+}
+
+bool CocoaPasteboardItem::setData(const std::shared_ptr<const PasteboardData>& data, const std::string& forType) {
+    return guarded(false, [&] { return data && [item_.get() setData:dataOf(*data) forType:stringOf(forType)] != NO; });
+}
+
+NSInteger CocoaPasteboard::changeCount() {
+    return guarded(NSInteger{0}, [&]() -> NSInteger { return [pasteboard_.get() changeCount]; });
+}
+
+PasteboardItems CocoaPasteboard::readItems() {
+    return guarded(PasteboardItems(), [&] {
+        return itemsOf([pasteboard_.get() readObjectsForClasses:[NSArray arrayWithObject:[NSPasteboardItem class]]
+                                                        options:[NSDictionary dictionary]]);
+    });
+}
+
+PasteboardItems CocoaPasteboard::pasteboardItems() {
+    return guarded(PasteboardItems(), [&] { return itemsOf([pasteboard_.get() pasteboardItems]); });
+}
+
+void CocoaPasteboard::clearContents() {
+    guarded(NSInteger{0}, [&]() -> NSInteger { return [pasteboard_.get() clearContents]; });
+}
+
+bool CocoaPasteboard::writeObjects(const PasteboardItems& items) {
+    return guarded(false, [&] {
+        NSMutableArray* objects = [NSMutableArray arrayWithCapacity:items.size()];
+        for (const std::shared_ptr<PasteboardItem>& item : items) {
+            auto* ours = dynamic_cast<CocoaPasteboardItem*>(item.get());
+            if (ours == nullptr || ours->onPasteboard_) {
+                return false;
+            }
+            [objects addObject:ours->item()];
+        }
+        if ([pasteboard_.get() writeObjects:objects] == NO) {
+            return false;
+        }
+        for (const std::shared_ptr<PasteboardItem>& item : items) {
+            static_cast<CocoaPasteboardItem&>(*item).onPasteboard_ = true;
+        }
+        return true;
+    });
+}
+
+} // namespace cocoa
+
+namespace {
+
+using namespace cocoa;
+
+class CocoaPasteboardService final : public PasteboardService {
+  public:
+    std::shared_ptr<Pasteboard> generalPasteboard() override {
+        return pasteboardFrom([] { return [NSPasteboard generalPasteboard]; });
+    }
+
+    std::shared_ptr<Pasteboard> pasteboardWithUniqueName() override {
+        return pasteboardFrom([] { return [NSPasteboard pasteboardWithUniqueName]; });
+    }
+
+    std::shared_ptr<PasteboardItem> newItem() override {
+        return guarded(std::shared_ptr<PasteboardItem>(), []() -> std::shared_ptr<PasteboardItem> {
+            return std::make_shared<CocoaPasteboardItem>([[[NSPasteboardItem alloc] init] autorelease], false);
+        });
+    }
+
+  private:
+    template <typename Source> static std::shared_ptr<Pasteboard> pasteboardFrom(Source source) {
+        std::shared_ptr<Pasteboard> pasteboard =
+            guarded(std::shared_ptr<Pasteboard>(),
+                    [&]() -> std::shared_ptr<Pasteboard> { return std::make_shared<CocoaPasteboard>(source()); });
+        return pasteboard ? pasteboard : std::make_shared<CocoaPasteboard>(nil);
+    }
+};
+
+} // namespace
+
+PasteboardService& PasteboardService::platform() {
+    static constinit CocoaPasteboardService service;
+    return service;
+}
+
+} // namespace orvane

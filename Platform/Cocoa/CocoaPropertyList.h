@@ -1,0 +1,20 @@
+#pragma once
+
+#include "Platform/PropertyList.h"
+
+#import <Foundation/Foundation.h>
+
+#include <optional>
+
+namespace orvane::cocoa {
+
+/// An autoreleased property list object of the value; booleans and numbers become `NSNumber`s of their kind.
+id objectOf(const PropertyListValue& value);
+NSDictionary* dictionaryOf(const PropertyListDictionary& dictionary);
+
+/// The value of a property list object. Nothing, with a log line, for an object that no property list holds.
+/// An integer is unsigned only where 64 bits with a sign cannot hold it.
+std::optional<PropertyListValue> valueOf(id object);
+PropertyListDictionary valuesOf(NSDictionary* dictionary);
+
+} // namespace orvane::cocoa

@@ -1,0 +1,60 @@
+#pragma once
+
+#import <AppKit/AppKit.h>
+
+// What GNUstep lacks of the frameworks, or has only in name, under the frameworks' own names. Only this file and the
+// one that belongs to it tell the two apart.
+#ifdef GNUSTEP
+
+@interface NSPasteboard (OVMissingInGNUstep)
+- (NSInteger)clearContents;
+- (BOOL)writeObjects:(NSArray*)objects;
+- (NSArray*)pasteboardItems;
+- (NSArray*)readObjectsForClasses:(NSArray*)classes options:(NSDictionary*)options;
+@end
+
+@interface NSAppleScript (OVMissingInGNUstep)
+- (id)initWithSource:(NSString*)source;
+- (id)executeAndReturnError:(NSDictionary**)error;
+@end
+
+@interface NSWorkspace (OVMissingInGNUstep)
+- (NSRunningApplication*)launchApplicationAtURL:(NSURL*)url
+                                        options:(NSWorkspaceLaunchOptions)options
+                                  configuration:(NSDictionary*)configuration
+                                          error:(NSError**)error;
+@end
+
+@interface NSFileManager (OVMissingInGNUstep)
+- (BOOL)setAttributes:(NSDictionary*)attributes ofItemAtPath:(NSString*)path error:(NSError**)error;
+@end
+
+namespace orvane::cocoa {
+
+/// A linker takes from a static library only what is named, and nothing names a category: this does.
+extern const int gnustepCompatibility;
+[[gnu::used]] static const int* const kGNUstepCompatibility = &gnustepCompatibility;
+
+/// The modes that `NSRunLoopCommonModes` means, which GNUstep takes for a mode of its own that nothing ever runs.
+NSArray* commonRunLoopModes();
+
+/// A fresh object that sees what is stored: GNUstep's does so only after its first `synchronize`.
+NSUserDefaults* freshUserDefaults();
+
+} // namespace orvane::cocoa
+
+#else
+
+namespace orvane::cocoa {
+
+inline NSArray* commonRunLoopModes() {
+    return [NSArray arrayWithObject:NSRunLoopCommonModes];
+}
+
+inline NSUserDefaults* freshUserDefaults() {
+    return [[[NSUserDefaults alloc] init] autorelease];
+}
+
+} // namespace orvane::cocoa
+
+#endif

@@ -1,0 +1,118 @@
+#include "Platform/Bundle.h"
+#include "Platform/FileManager.h"
+#include "Platform/Locale.h"
+#include "Tests/Cocoa/CocoaTestSupport.h"
+
+#include <ctime>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace orvane::test {
+
+namespace {
+
+/// GNUstep reads UTF-8 without one, too, but not without a word.
+const std::string kByteOrderMark = "\xEF\xBB\xBF";
+
+std::string today() {
+    const std::time_t now = std::time(nullptr);
+    std::tm parts{};
+    char text[16] = {};
+    std::strftime(text, sizeof text, "%Y-%m-%d", localtime_r(&now, &parts));
+    return text;
+}
+
+/// An application with a template and German texts.
+class CocoaBundleTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        application = folder.makeApplication("Host", "CFBundleIdentifier = \"com.example.host\";");
+        folder.write("Host.app/Resources/LargeFilesTemplate.savedSearch", "template");
+        folder.write("Host.app/Resources/German.lproj/Localizable.strings",
+                     kByteOrderMark + "\"Restart\" = \"Neustart f\xC3\xBCr 100%\";\n");
+    }
+
+    [[nodiscard]] Ended ask(const std::string& key, const Words& languages) const {
+        Words words = {"bundle", key};
+        words.insert(words.end(), languages.begin(), languages.end());
+        return runProgram(application + "/Host", words);
+    }
+
+    [[nodiscard]] std::string answer(const std::string& text) const {
+        return "com.example.host\n" + application + "/Resources/LargeFilesTemplate.savedSearch\n" + text + "\n";
+    }
+
+    TemporaryFolder folder;
+    std::string application;
+    const Words german = {"-NSLanguages", "(German)"};
+};
+
+} // namespace
+
+TEST_F(CocoaBundleTest, FindsTextsInTheUsersLanguage) {
+    EXPECT_EQ(ask("Restart", german).output, answer("Neustart f\xC3\xBCr 100%"));
+}
+
+TEST_F(CocoaBundleTest, ATextWithoutTranslationIsItsKey) {
+    EXPECT_EQ(ask("Shut Down", german).output, answer("Shut Down"));
+    EXPECT_EQ(ask("Restart", {}).output, answer("Restart"));
+    EXPECT_EQ(ask("", german).output, answer(""));
+}
+
+TEST_F(CocoaBundleTest, ALanguagesOwnResourceIsFound) {
+    const std::string own = folder.write("Host.app/Resources/German.lproj/LargeFilesTemplate.savedSearch", "Vorlage");
+    ASSERT_EQ(::unlink((application + "/Resources/LargeFilesTemplate.savedSearch").c_str()), 0);
+
+    EXPECT_EQ(ask("Restart", german).output, "com.example.host\n" + own + "\nNeustart f\xC3\xBCr 100%\n");
+}
+
+TEST(CocoaMainBundleTest, AProgramWithoutABundleHasNeitherIdentifierNorResources) {
+    Bundle& bundle = Bundle::platform();
+
+    EXPECT_EQ(bundle.bundleIdentifier(), std::nullopt);
+    EXPECT_EQ(bundle.pathForResource("LargeFilesTemplate", "savedSearch"), std::nullopt);
+    EXPECT_EQ(bundle.pathForResource("\xFF", "\xFE"), std::nullopt);
+    EXPECT_EQ(bundle.localizedString("%1.1f MB"), "%1.1f MB");
+}
+
+TEST(CocoaLocaleTest, TheDecimalSeparatorIsTheUsers) {
+    const std::string before = today();
+    const Ended german = runProbe({"locale"}, {{"LANG", "de_DE.UTF-8"}});
+    const Ended english = runProbe({"locale"}, {{"LANG", "en_US.UTF-8"}});
+    const std::string after = today();
+
+    EXPECT_TRUE(german.output == ",\n" + before + "\n" || german.output == ",\n" + after + "\n") << german.output;
+    EXPECT_EQ(english.output.substr(0, 2), ".\n");
+}
+
+TEST(CocoaLocaleTest, TheDateIsTodays) {
+    const std::string before = today();
+    const std::string date = Locale::platform().dateString();
+
+    EXPECT_TRUE(date == before || date == today()) << date;
+}
+
+TEST(CocoaFileManagerTest, TheNameShownIsTheLastComponentWhereNothingShowsAnother) {
+    const TemporaryFolder folder;
+
+    EXPECT_EQ(FileManager::platform().displayNameAtPath(folder.write("gr\xC3\xBCn.txt", "")), "gr\xC3\xBCn.txt");
+    EXPECT_EQ(FileManager::platform().displayNameAtPath("/not/there"), "there");
+}
+
+TEST(CocoaFileManagerTest, HidesTheExtensionOfAFileThatIsThere) {
+    const TemporaryFolder folder;
+    const std::string path = folder.write("Some.savedSearch", "kept");
+
+    EXPECT_EQ(FileManager::platform().hideExtensionOfItemAtPath(path), std::nullopt);
+    EXPECT_EQ(folder.contents("Some.savedSearch"), "kept");
+}
+
+TEST(CocoaFileManagerTest, SaysWhyAnExtensionCouldNotBeHidden) {
+    const auto error = FileManager::platform().hideExtensionOfItemAtPath("/not/there.savedSearch");
+
+    ASSERT_TRUE(error.has_value());
+    EXPECT_NE(error->find("2"), std::string::npos) << *error;
+    EXPECT_TRUE(FileManager::platform().hideExtensionOfItemAtPath("/not/\xFF\xFE").has_value());
+}
+
+} // namespace orvane::test

@@ -1,0 +1,47 @@
+#pragma once
+
+#import "Framework/Orvane.h"
+
+#include <gtest/gtest.h>
+#include <string>
+
+namespace facetest {
+
+/// A test of the face, with an autorelease pool around it.
+class FaceTest : public testing::Test {
+  protected:
+    FaceTest() : pool_([[NSAutoreleasePool alloc] init]) {}
+    FaceTest(const FaceTest&) = delete;
+    FaceTest& operator=(const FaceTest&) = delete;
+    ~FaceTest() override { [pool_ release]; }
+
+    /// Releases what was autoreleased so far.
+    void drain() {
+        [pool_ release];
+        pool_ = [[NSAutoreleasePool alloc] init];
+    }
+
+  private:
+    NSAutoreleasePool* pool_;
+};
+
+inline std::string text(NSString* string) {
+    return string != nil ? [string UTF8String] : "(nil)";
+}
+
+} // namespace facetest
+
+/// An owner whose answers a test sets and whose messages it reads.
+@interface OVTestOwner : NSObject <OVTaskDelegate> {
+  @public
+    NSMutableString* output;
+    int questions;
+    BOOL cancels;
+    NSString* raises; ///< the method in which it raises
+    NSString* archive;
+    uint64_t size;
+    NSArray* chosen;
+    BOOL askedForDirectoriesOnly;
+    BOOL askedForMultipleSelection;
+}
+@end

@@ -1,0 +1,221 @@
+#import "Tests/Framework/FaceTest.h"
+
+#include "Support/ZRBytesValueTransformer.h"
+
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+/// A delegate of a shell command, as small as they come.
+@interface OVTestShellDelegate : NSObject <OVShellCommandDelegate> {
+  @public
+    NSMutableString* output;
+    BOOL cancels;
+}
+@end
+
+@implementation OVTestShellDelegate
+
+- (void)dealloc {
+    [output release];
+    [super dealloc];
+}
+
+- (void)shellCommandHasOutputAvailable:(NSString*)chunk {
+    if (output == nil) {
+        output = [[NSMutableString alloc] init];
+    }
+    [output appendString:(chunk != nil ? chunk : @"(nil)")];
+}
+
+- (BOOL)shellCommandShouldCancel {
+    return cancels;
+}
+
+@end
+
+/// Answers the two questions of a byte count, and is no number.
+@interface OVTestCount : NSObject
+@end
+
+@implementation OVTestCount
+
+- (NSUInteger)unsignedIntegerValue {
+    return 1500000;
+}
+
+- (float)floatValue {
+    return 1500000;
+}
+
+@end
+
+namespace facetest {
+
+namespace {
+
+using ShellCommandFaceTest = FaceTest;
+using FormatterFaceTest = FaceTest;
+using FileManagerFaceTest = FaceTest;
+using AuthorizationFaceTest = FaceTest;
+
+TEST_F(ShellCommandFaceTest, RunsAProgramAndReturnsItsExitCode) {
+    OVShellCommand* const command = [[[OVShellCommand alloc] init] autorelease];
+    OVTestShellDelegate* const delegate = [[[OVTestShellDelegate alloc] init] autorelease];
+    EXPECT_EQ([command processID], 0);
+    const NSUInteger count = [delegate retainCount];
+    EXPECT_EQ([command runCommandAtPath:@"/bin/sh"
+                              arguments:([NSArray arrayWithObjects:@"-c", @"echo \"$0\"; exit 3", @"Größe",
+                                                                   nil])delegate:delegate],
+              3);
+    EXPECT_EQ([delegate retainCount], count);
+    EXPECT_EQ(text(delegate->output), "Größe\n");
+    EXPECT_GT([command processID], 0);
+}
+
+TEST_F(ShellCommandFaceTest, CancelsBeforeTheStart) {
+    OVShellCommand* const command = [[[OVShellCommand alloc] init] autorelease];
+    OVTestShellDelegate* const delegate = [[[OVTestShellDelegate alloc] init] autorelease];
+    delegate->cancels = YES;
+    EXPECT_EQ([command runCommandAtPath:@"/bin/true" arguments:nil delegate:delegate], OVShellCommandCancelled);
+    EXPECT_EQ([command processID], 0);
+}
+
+TEST_F(ShellCommandFaceTest, StartsAProgramAndHandsOutItsOutput) {
+    OVShellCommand* const command = [[[OVShellCommand alloc] init] autorelease];
+    int32_t descriptor = -1;
+    const int32_t child = [command forkAndExecCommandAtPath:@"/bin/echo"
+                                                  arguments:[NSArray arrayWithObject:@"text"]
+                                          outFileDescriptor:&descriptor];
+    ASSERT_GT(child, 0);
+    char buffer[16] = {};
+    EXPECT_EQ(read(descriptor, buffer, sizeof buffer), 5);
+    EXPECT_STREQ(buffer, "text\n");
+    close(descriptor);
+    EXPECT_EQ(waitpid(child, nullptr, 0), child);
+}
+
+TEST_F(FormatterFaceTest, IsRegisteredUnderItsName) {
+    NSValueTransformer* const transformer = [NSValueTransformer valueTransformerForName:@"ZRBytesValueTransformer"];
+    ASSERT_TRUE([transformer isKindOfClass:[ZRBytesValueTransformer class]]);
+    EXPECT_EQ([ZRBytesValueTransformer transformedValueClass], [NSString class]);
+    EXPECT_FALSE([ZRBytesValueTransformer allowsReverseTransformation]);
+}
+
+TEST_F(FormatterFaceTest, FormatsNumbersAndWhatAnswersLikeThem) {
+    ZRBytesValueTransformer* const transformer = [[[ZRBytesValueTransformer alloc] init] autorelease];
+    EXPECT_EQ([transformer mode], 0);
+    [transformer setMode:2];
+    EXPECT_EQ([transformer kilobyteSize], 1000U);
+    EXPECT_EQ(text([transformer transformedValue:[NSNumber numberWithInt:1]]), "1 byte");
+    EXPECT_EQ(text([transformer transformedValue:[NSNumber numberWithInt:999]]), "999 bytes");
+    EXPECT_EQ(text([transformer transformedValue:[[[OVTestCount alloc] init] autorelease]]), "1.5 MB");
+    EXPECT_EQ([transformer transformedValue:nil], nil);
+    EXPECT_EQ([transformer transformedValue:@"a text"], nil);
+    [transformer setMode:1];
+    EXPECT_EQ([transformer kilobyteSize], 1024U);
+    EXPECT_EQ(text([transformer transformedValue:[NSNumber numberWithInt:1048576]]), "1.0 MB");
+}
+
+TEST_F(FormatterFaceTest, ShowsThatASizeIsBeingCalculated) {
+    EXPECT_EQ(::ZRBytesValueTransformerCalculatingSize, orvane::ZRBytesValueTransformerCalculatingSize);
+    NSNumber* const unknown = [NSNumber numberWithUnsignedInteger:ZRBytesValueTransformerCalculatingSize];
+    ZRBytesValueTransformer* const transformer = [[[ZRBytesValueTransformer alloc] init] autorelease];
+    EXPECT_EQ(text([transformer transformedValue:unknown]), "Calculating size...");
+    EXPECT_EQ(text([ZRBytesValueTransformer formatBytes:~uint64_t{0}]), "Calculating size...");
+    EXPECT_EQ(text([ZRBytesValueTransformer formatBytes:1000]), "1.0 KB");
+}
+
+TEST_F(FileManagerFaceTest, MatchesPatternsAndMakesTemporaryFolders) {
+    NSFileManager* const manager = [NSFileManager defaultManager];
+    NSString* const folder = [manager createTemporaryDirectory];
+    ASSERT_NE(folder, nil);
+    EXPECT_NE(text(folder), text([manager createTemporaryDirectory]));
+    [@"x" writeToFile:[folder stringByAppendingPathComponent:@"Größe.txt"]
+           atomically:NO
+             encoding:NSUTF8StringEncoding
+                error:NULL];
+    NSArray* const found = [manager arrayWithFilesMatchingPattern:@"*.txt" inDirectory:folder];
+    ASSERT_EQ([found count], 1U);
+    EXPECT_EQ(text([[found lastObject] lastPathComponent]), "Größe.txt");
+    NSArray* const nothing = [manager arrayWithFilesMatchingPattern:@"*.none" inDirectory:folder];
+    ASSERT_NE(nothing, nil);
+    EXPECT_EQ([nothing count], 0U);
+    EXPECT_FALSE([nothing respondsToSelector:@selector(addObject:)] && [nothing isKindOfClass:[NSMutableArray class]]);
+    [manager removeItemAtPath:folder error:NULL];
+}
+
+TEST_F(FileManagerFaceTest, InstallsAndSurrendersTheSetuidState) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root may change a file's owner to root";
+    }
+    NSFileManager* const manager = [NSFileManager defaultManager];
+    NSString* const folder = [manager createTemporaryDirectory];
+    NSString* const file = [folder stringByAppendingPathComponent:@"tool"];
+    [@"x" writeToFile:file atomically:NO encoding:NSUTF8StringEncoding error:NULL];
+    EXPECT_FALSE([manager isSetUIDRoot:file]);
+    EXPECT_EQ([manager setSUIDRoot:file], 0);
+    EXPECT_TRUE([manager isSetUIDRoot:file]);
+    EXPECT_EQ([manager surrenderSUIDRoot:file], 0);
+    EXPECT_FALSE([manager isSetUIDRoot:file]);
+    EXPECT_EQ([manager setSUIDRoot:[folder stringByAppendingPathComponent:@"none"]], ENOENT);
+    EXPECT_FALSE([manager isSetUIDRoot:nil]);
+    EXPECT_FALSE([manager isIgnoringSetUIDAtPath:nil]);
+    [manager removeItemAtPath:folder error:NULL];
+}
+
+TEST_F(FileManagerFaceTest, KnowsWhichVolumesIgnoreTheBit) {
+    for (NSString *path in [NSArray arrayWithObjects:@"/", @"/tmp", @"/proc", @"/dev/shm", nil]) {
+        struct statvfs volume = {};
+        ASSERT_EQ(statvfs([path fileSystemRepresentation], &volume), 0);
+        EXPECT_EQ([[NSFileManager defaultManager] isIgnoringSetUIDAtPath:path] != NO, (volume.f_flag & ST_NOSUID) != 0)
+            << text(path);
+    }
+}
+
+TEST_F(FileManagerFaceTest, ANilPathStopsTheProcess) {
+    NSString* none = nil;
+    EXPECT_DEATH([[NSFileManager defaultManager] setSUIDRoot:none], "aPath != NULL");
+}
+
+TEST_F(AuthorizationFaceTest, KeepsTheToolPathThroughAFileOperation) {
+    OVAuthorization* const authorization = [[[OVAuthorization alloc] initWithToolPath:@"/bin/true"] autorelease];
+    EXPECT_EQ(text([authorization toolPath]), "/bin/true");
+    const int32_t expected = geteuid() == 0 ? 0 : -60007;
+    NSString* const folder = [[NSFileManager defaultManager] createTemporaryDirectory];
+    NSString* const made = [folder stringByAppendingPathComponent:@"a/b c"];
+    EXPECT_EQ([authorization createDirectoryAtPath:made], expected);
+    EXPECT_EQ(access([made fileSystemRepresentation], F_OK) == 0, geteuid() == 0);
+    EXPECT_EQ(text([authorization toolPath]), "/bin/true");
+    EXPECT_EQ([authorization removeWithPriviliges:folder], expected);
+    EXPECT_EQ([authorization deauthenticate], 0);
+    [authorization setToolPath:nil];
+    EXPECT_EQ([authorization toolPath], nil);
+}
+
+TEST_F(AuthorizationFaceTest, RunsAToolOnce) {
+    char word[] = "exit 5";
+    char option[] = "-c";
+    char* const arguments[] = {option, word, nullptr};
+    EXPECT_EQ([OVAuthorization runToolWithPriviliges:@"/bin/sh" arguments:arguments], geteuid() == 0 ? 0 : -60007);
+}
+
+TEST_F(FormatterFaceTest, TheSystemsVersionIsTheCores) {
+    int32_t major = -1;
+    int32_t minor = -1;
+    int32_t bugFix = -1;
+    GetSystemVersion(&major, nullptr, &bugFix);
+    GetSystemVersion(nullptr, &minor, nullptr);
+    EXPECT_EQ(text(SystemVersionString()),
+              std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(bugFix));
+    EXPECT_EQ(SystemIsSnowLeopardOrLater() != NO, major == 10 && minor > 5);
+}
+
+TEST_F(FormatterFaceTest, FreeMemoryIsCounted) {
+    EXPECT_GT([OVMemoryStatistics freeMemoryCount], 0);
+}
+
+} // namespace
+
+} // namespace facetest

@@ -1,0 +1,227 @@
+#import "Tests/Framework/FaceTest.h"
+
+#include "Tasks/OVTaskRunner.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace facetest {
+
+namespace {
+
+class TaskRunnerFaceTest : public FaceTest {
+  protected:
+    TaskRunnerFaceTest() : runner([[OVTaskRunner alloc] init]), owner([[OVTestOwner alloc] init]) {
+        [runner setDelegate:owner];
+    }
+    ~TaskRunnerFaceTest() override {
+        [runner setDelegate:nil];
+        [runner release];
+        [owner release];
+    }
+
+    OVTaskRunner* runner;
+    OVTestOwner* owner;
+};
+
+TEST_F(TaskRunnerFaceTest, StartsWithoutDelegateAndServer) {
+    OVTaskRunner* const fresh = [[[OVTaskRunner alloc] init] autorelease];
+    EXPECT_EQ([fresh delegate], nil);
+    EXPECT_EQ([fresh pasteboardServer], nil);
+    EXPECT_EQ([fresh runBashCommand:@"echo nobody listens"], 0);
+    EXPECT_FALSE([fresh shellCommandShouldCancel]);
+}
+
+TEST_F(TaskRunnerFaceTest, StreamsOutputToTheDelegateAsText) {
+    EXPECT_EQ([runner runBashCommand:@"echo Größe; echo error >&2"], 0);
+    EXPECT_EQ(text(owner->output), "Größe\nerror\n");
+    EXPECT_GE(owner->questions, 2);
+}
+
+TEST_F(TaskRunnerFaceTest, GivesNilForOutputThatIsNoText) {
+    EXPECT_EQ([runner runBashCommand:@"printf '\\377\\376'"], 0);
+    EXPECT_EQ(text(owner->output), "(nil)");
+}
+
+TEST_F(TaskRunnerFaceTest, MapsExitCodesAndCancelsToTheTaskStatus) {
+    EXPECT_EQ([runner runCommand:@"/bin/sh" arguments:([NSArray arrayWithObjects:@"-c", @"exit 2", nil])], 1);
+    EXPECT_EQ([runner runCommand:@"/bin/true" arguments:nil], 0);
+    owner->cancels = YES;
+    EXPECT_EQ([runner runBashCommand:@"echo never"], 2);
+    EXPECT_EQ(text(owner->output), "");
+}
+
+TEST_F(TaskRunnerFaceTest, EndsTheCommandWhenTheDelegateRaisesAndRaisesAgain) {
+    owner->raises = @"hasOutputAvailable:";
+    NSString* const file =
+        [NSTemporaryDirectory() stringByAppendingPathComponent:[[NSProcessInfo processInfo] globallyUniqueString]];
+    NSString* const line = [NSString stringWithFormat:@"echo $$ > '%@'; echo output; sleep 100", file];
+    NSString* raised = nil;
+    @try {
+        [runner runBashCommand:line];
+    } @catch (NSException* exception) {
+        raised = [exception reason];
+    }
+    EXPECT_EQ(text(raised), "raised in hasOutputAvailable:");
+    const int shell = [[NSString stringWithContentsOfFile:file encoding:NSUTF8StringEncoding error:NULL] intValue];
+    ASSERT_GT(shell, 0);
+    EXPECT_EQ(kill(shell, 0), -1) << "the shell was left behind";
+    [[NSFileManager defaultManager] removeItemAtPath:file error:NULL];
+    owner->raises = nil;
+    EXPECT_EQ([runner runBashCommand:@"echo again"], 0);
+    EXPECT_EQ(text(owner->output), "again\n");
+}
+
+TEST_F(TaskRunnerFaceTest, RaisesAgainWhatTheCancelQuestionRaised) {
+    owner->raises = @"shouldCancel";
+    NSString* raised = nil;
+    @try {
+        [runner runBashCommand:@"echo never"];
+    } @catch (NSException* exception) {
+        raised = [exception reason];
+    }
+    EXPECT_EQ(text(raised), "raised in shouldCancel");
+    EXPECT_EQ(text(owner->output), "");
+}
+
+TEST_F(TaskRunnerFaceTest, RetainsBothPropertiesAndDeliberatelyNeverReleasesThem) {
+    OVTaskRunner* const leaving = [[OVTaskRunner alloc] init];
+    const NSUInteger before = [owner retainCount];
+    @autoreleasepool {
+        [leaving setDelegate:owner];
+        EXPECT_EQ([leaving delegate], owner);
+    }
+    EXPECT_EQ([owner retainCount], before + 1);
+    [leaving release];
+    EXPECT_EQ([owner retainCount], before + 1);
+    [owner release];
+}
+
+TEST_F(TaskRunnerFaceTest, RunsTheCommandOnceForEachPath) {
+    NSArray* const paths = [NSArray arrayWithObjects:@"/tmp/one two", @"/tmp/Größe", nil];
+    EXPECT_EQ([runner runBashCommand:@"printf <%s>" onItemsAtPaths:paths], 1); // the shell sees a redirection
+    EXPECT_EQ([runner runBashCommand:@"echo item" onItemsAtPaths:paths], 0);
+    EXPECT_NE(text(owner->output).find("item /tmp/one two\nitem /tmp/Größe\n"), std::string::npos);
+}
+
+TEST_F(TaskRunnerFaceTest, AnswersWithMutableListsWhereTheContractDoes) {
+    NSMutableArray* const paths =
+        [runner pathsByExpandingGlobs:[NSArray arrayWithObjects:@"/bin/sh", @"/no/such/thing*", @"bin/sh", nil]];
+    EXPECT_EQ([paths count], 2U);
+    EXPECT_EQ(text([paths lastObject]), "/bin/sh");
+    [paths addObject:@"mutable"];
+    NSMutableArray* const trash = [runner userTrashitems];
+    EXPECT_EQ([trash count], 0U);
+    [trash addObject:@"mutable"];
+}
+
+TEST_F(TaskRunnerFaceTest, AsksTheDelegateForPaths) {
+    EXPECT_EQ([runner promptForFiles], nil);
+    EXPECT_FALSE(owner->askedForDirectoriesOnly);
+    EXPECT_TRUE(owner->askedForMultipleSelection);
+    EXPECT_EQ([runner secureDeleteFiles], 2);
+    EXPECT_EQ([runner forceDeleteFiles], 2);
+    EXPECT_EQ([runner removeDSStoreFilesInFolder], 2);
+    EXPECT_TRUE(owner->askedForDirectoriesOnly);
+    EXPECT_FALSE(owner->askedForMultipleSelection);
+    owner->chosen = [NSArray arrayWithObjects:@"/tmp/Größe", @"/tmp/b", nil];
+    EXPECT_EQ(text([runner promptForFolder]), "/tmp/Größe");
+    EXPECT_EQ([[runner promptForFiles] count], 2U);
+    owner->cancels = YES;
+    EXPECT_EQ([runner promptForFiles], nil);
+}
+
+TEST_F(TaskRunnerFaceTest, ListsVolumesAsMutableDictionariesWithTheFiveKeys) {
+    NSArray* const volumes = [runner mountedBrowsableVolumes];
+    for (NSMutableDictionary* volume in volumes) {
+        EXPECT_EQ([volume count], 5U);
+        EXPECT_TRUE([[volume objectForKey:OVVolumePath] isKindOfClass:[NSString class]]);
+        for (NSString *key in
+             [NSArray arrayWithObjects:OVVolumeOwner, OVVolumeIsLocal, OVVolumeTotalSpace, OVVolumeFreeSpace, nil]) {
+            EXPECT_TRUE([[volume objectForKey:key] isKindOfClass:[NSNumber class]]) << text(key);
+        }
+        [volume setObject:@"mutable" forKey:@"another"];
+    }
+}
+
+TEST_F(TaskRunnerFaceTest, BuildsTheSecureErasureLine) {
+    EXPECT_EQ(text([runner secureEraseFreeSpaceCommand:@"/Volumes/A B"]),
+              "(trap '/bin/rm -fv \"/Volumes/A B/secure-erase.temp\"' INT TERM EXIT; /bin/dd if=/dev/zero "
+              "of=\"/Volumes/A B/secure-erase.temp\" bs=1k; /usr/bin/srm -vfmr -- \"/Volumes/A "
+              "B/secure-erase.temp\")");
+}
+
+TEST_F(TaskRunnerFaceTest, KnowsTheHomeOfTheRealUser) {
+    EXPECT_TRUE([[runner homeDirectory] hasPrefix:@"/"]);
+    EXPECT_EQ(text([runner userLibraryFolder]),
+              text([[runner homeDirectory] stringByAppendingPathComponent:@"Library"]));
+}
+
+TEST_F(TaskRunnerFaceTest, AuthorizedTasksAndClipboardTasksWithoutAServer) {
+    EXPECT_EQ([runner runAuthorizedTask:nil], 1);
+    EXPECT_EQ([runner runAuthorizedTask:@"anything"], 1);
+    EXPECT_EQ([runner clearPasteboardHistory], 0);
+}
+
+TEST_F(TaskRunnerFaceTest, OffersTheScreenshotFormatsInTheirOrder) {
+    EXPECT_EQ(text([[runner screenshotFormats] componentsJoinedByString:@" "]), "JPG PNG PDF TIFF");
+}
+
+TEST_F(TaskRunnerFaceTest, StoresAndReadsPropertyListObjectsOfOtherPrograms) {
+    NSString* const domain = @"com.example.orvane.face-test";
+    NSDictionary* const nested = [NSDictionary dictionaryWithObject:[NSArray arrayWithObject:@"Größe"] forKey:@"list"];
+    [runner setObject:nested forKey:@"nested" defaults:domain];
+    [runner setObject:[NSNumber numberWithBool:YES] forKey:@"switch" defaults:domain];
+    EXPECT_TRUE([[runner objectForKey:@"nested" defaults:domain] isEqual:nested]);
+    EXPECT_TRUE([[runner objectForKey:@"switch" defaults:domain] boolValue]);
+    EXPECT_EQ([runner objectForKey:@"absent" defaults:domain], nil);
+    EXPECT_EQ([runner objectForKey:@"switch" defaults:@"com.example.no-such-domain"], nil);
+    [runner setObject:owner forKey:@"switch" defaults:domain]; // nothing that a property list holds
+    EXPECT_TRUE([[runner objectForKey:@"switch" defaults:domain] boolValue]);
+}
+
+TEST_F(TaskRunnerFaceTest, SettingsAreReadAndToggledThroughTheUsersDefaults) {
+    EXPECT_TRUE([runner isDashboardOn]);
+    // Without the Dock to quit the status is a failure; what was set is set all the same.
+    EXPECT_EQ([runner toggleDashboard], 1);
+    EXPECT_FALSE([runner isDashboardOn]);
+    EXPECT_TRUE([[runner objectForKey:@"mcx-disabled" defaults:@"com.apple.dashboard"] boolValue]);
+    EXPECT_EQ([runner screenshotFormat], nil);
+    static_cast<void>([runner setScreenshotFormat:@"PNG"]);
+    EXPECT_EQ(text([runner screenshotFormat]), "png");
+}
+
+TEST_F(TaskRunnerFaceTest, AnAppleScriptThatCannotRunIsAFailure) {
+    EXPECT_EQ([runner runAppleScript:@"this is no script at all ("], 1);
+}
+
+TEST_F(TaskRunnerFaceTest, AFindersSearchWithoutAFinderIsToldToTheDelegate) {
+    owner->size = 5;
+    EXPECT_EQ([runner findLargeFilesInPath:@"/tmp"], 1);
+    EXPECT_EQ(text(owner->output).substr(0, 6), "ERROR ");
+}
+
+TEST_F(TaskRunnerFaceTest, AnArchiveThatTheDelegateDoesNotHaveCancels) {
+    EXPECT_EQ([runner cleanDesktop], 2);
+}
+
+TEST(FaceConstantsTest, AreTheCores) {
+    EXPECT_EQ(text(::OVVolumePath), orvane::OVVolumePath);
+    EXPECT_EQ(text(::OVVolumeOwner), orvane::OVVolumeOwner);
+    EXPECT_EQ(text(::OVVolumeIsLocal), orvane::OVVolumeIsLocal);
+    EXPECT_EQ(text(::OVVolumeTotalSpace), orvane::OVVolumeTotalSpace);
+    EXPECT_EQ(text(::OVVolumeFreeSpace), orvane::OVVolumeFreeSpace);
+    EXPECT_EQ(text(::kOVBrowserSafari), orvane::kOVBrowserSafari);
+    EXPECT_EQ(text(::kOVBrowserFirefox), orvane::kOVBrowserFirefox);
+    EXPECT_EQ(text(::kOVBrowserChrome), orvane::kOVBrowserChrome);
+    EXPECT_EQ(text(::kOVBrowsersAll), orvane::kOVBrowsersAll);
+    EXPECT_EQ(text(::kOVSecureEraseFreeSpaceTempFilename), orvane::kOVSecureEraseFreeSpaceTempFilename);
+    EXPECT_EQ(::OVShellCommandSuccess, orvane::OVShellCommandSuccess);
+    EXPECT_EQ(::OVShellCommandCancelled, orvane::OVShellCommandCancelled);
+    EXPECT_EQ(::OVShellCommandCancelFailed, orvane::OVShellCommandCancelFailed);
+}
+
+} // namespace
+
+} // namespace facetest
