@@ -47,30 +47,47 @@ void cancelTimers() {
     }
 }
 
-/// Ignored and blocked signals outlive exec, and so do pending ones; ignoring drops those before they are
-/// unblocked.
+/// The first signal of those that no program of the system's gives a meaning of its own.
+constexpr int kFirstRealTimeSignal = 32;
+
+/// Brings one signal back to its default action; ignoring drops a pending one first.
+void resetSignal(int number, bool isPending) {
+    struct sigaction action = {};
+    if (::sigaction(number, nullptr, &action) != 0) {
+        return; // one that the C library keeps for itself
+    }
+    if (isPending) {
+        action.sa_handler = SIG_IGN;
+        ::sigaction(number, &action, nullptr);
+    }
+    if (action.sa_handler != SIG_DFL) {
+        action.sa_handler = SIG_DFL;
+        ::sigaction(number, &action, nullptr);
+    }
+}
+
+/// Ignored and blocked signals outlive exec, and so do pending ones, which must go before they are unblocked. An
+/// ignored real-time signal can wait until something is executed.
 void resetSignals() {
     // These are macros on some systems, hence no ::.
     sigset_t pending;
     sigemptyset(&pending);
     ::sigpending(&pending);
     for (int number = 1; number < NSIG; ++number) {
-        struct sigaction action = {};
-        if (::sigaction(number, nullptr, &action) != 0) {
-            continue; // one that the C library keeps for itself
-        }
-        if (sigismember(&pending, number) == 1) {
-            action.sa_handler = SIG_IGN;
-            ::sigaction(number, &action, nullptr);
-        }
-        if (action.sa_handler != SIG_DFL) {
-            action.sa_handler = SIG_DFL;
-            ::sigaction(number, &action, nullptr);
+        const bool isPending = sigismember(&pending, number) == 1;
+        if (isPending || number < kFirstRealTimeSignal) {
+            resetSignal(number, isPending);
         }
     }
     sigset_t all;
     sigfillset(&all);
     ::sigprocmask(SIG_UNBLOCK, &all, nullptr); // NOLINT(concurrency-mt-unsafe): there is one thread
+}
+
+void resetRealTimeSignals() {
+    for (int number = kFirstRealTimeSignal; number < NSIG; ++number) {
+        resetSignal(number, false);
+    }
 }
 
 bool isKeptName(std::string_view name) {
@@ -227,10 +244,11 @@ uid_t secureProcessFromCaller() {
     return realUserID;
 }
 
-void addCallersAccount(uid_t realUserID) {
+void prepareForTask(uid_t realUserID) {
     if (realUserID == 0) {
         return;
     }
+    resetRealTimeSignals();
     Environment& environment = Environment::shared();
     const passwd* const account = ::getpwuid(realUserID); // NOLINT(concurrency-mt-unsafe): there is one thread
     const bool hasHome = account != nullptr && account->pw_dir != nullptr && account->pw_dir[0] == '/';

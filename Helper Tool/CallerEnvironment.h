@@ -20,10 +20,10 @@ namespace orvane {
 /// be made safe.
 uid_t secureProcessFromCaller();
 
-/// Adds `HOME`, `USER` and `LOGNAME` of the real user, from the password database, to an environment that was
-/// made safe; root's own is left alone. Before the first command, but not before it is known that one will
-/// run: the look-up reads files and may load code.
-void addCallersAccount(uid_t realUserID);
+/// The rest of it, for a process that was made safe and in which a task will run, so that a start that runs none does
+/// not pay for it: real-time signals at their default actions, and `HOME`, `USER` and `LOGNAME` of the real user, from
+/// the password database, whose look-up reads files and may load code. Root's own settings are left alone.
+void prepareForTask(uid_t realUserID);
 
 /// Whether a caller's environment value may be kept: a locale's or terminal's name, which no program takes
 /// for a path or a format.

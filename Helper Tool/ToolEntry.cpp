@@ -120,7 +120,7 @@ std::int32_t toolMain(int argc, const char* const argv[], uid_t realUserID) {
         return EXIT_FAILURE;
     }
     if (OrvaneTool::knowsTask(taskName)) {
-        addCallersAccount(realUserID);
+        prepareForTask(realUserID);
     }
     OrvaneTool tool(SystemCalls::platform());
     return tool.runTask(taskName, arguments);

@@ -66,6 +66,18 @@ TEST_F(CocoaBundleTest, ALanguagesOwnResourceIsFound) {
     EXPECT_EQ(ask("Restart", german).output, "com.example.host\n" + own + "\nNeustart f\xC3\xBCr 100%\n");
 }
 
+TEST_F(CocoaBundleTest, AByteCountIsATextInTheUsersLanguageWithTheUsersSeparator) {
+    folder.write("Host.app/Resources/German.lproj/Localizable.strings",
+                 kByteOrderMark + "\"%i bytes\" = \"%i Byte\"; \"%1.1f MB\" = \"%1.1f MByte\";");
+    const std::string host = application + "/Host";
+    const Variables inGermany = {{"LANG", "de_DE.UTF-8"}};
+
+    EXPECT_EQ(runProgram(host, {"format-bytes", "1500000", "-NSLanguages", "(German)"}, inGermany).output, "1,5 MByte");
+    EXPECT_EQ(runProgram(host, {"format-bytes", "999", "-NSLanguages", "(German)"}, inGermany).output, "999 Byte");
+    EXPECT_EQ(runProgram(host, {"format-bytes", "1000", "-NSLanguages", "(German)"}, inGermany).output, "1,0 KB");
+    EXPECT_EQ(runProgram(host, {"format-bytes", "1500000"}).output, "1.5 MB");
+}
+
 TEST(CocoaMainBundleTest, AProgramWithoutABundleHasNeitherIdentifierNorResources) {
     Bundle& bundle = Bundle::platform();
 

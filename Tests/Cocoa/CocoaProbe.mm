@@ -6,6 +6,7 @@
 #include "Platform/Locale.h"
 #include "Platform/Pasteboard.h"
 #include "Platform/UserDefaults.h"
+#include "Support/ZRBytesValueTransformer.h"
 #include "Tests/Cocoa/CocoaTestSupport.h"
 
 #include <cstdio>
@@ -94,6 +95,10 @@ int locale(const Words& words) {
     return print(locale.decimalSeparator() + "\n" + locale.dateString() + "\n");
 }
 
+int formatBytes(const Words& words) {
+    return print(orvane::ZRBytesValueTransformer::formatBytes(std::strtoull(words.at(1).c_str(), nullptr, 10)));
+}
+
 int ask(const Words& words) {
     (void)words;
     return print(std::to_string(orvane::AlertPanel::platform().run({"Title", "Text", "Yes", "No", "Other"})));
@@ -126,7 +131,8 @@ int main(int argc, char** argv) {
                                {"bundle", 2, bundle},
                                {"unique-name", 1, uniqueName},
                                {"locale", 1, locale},
-                               {"ask", 1, ask}};
+                               {"ask", 1, ask},
+                               {"format-bytes", 2, formatBytes}};
     @autoreleasepool {
         const Words words(argv + 1, argv + argc);
         for (const Work& work : kWorks) {

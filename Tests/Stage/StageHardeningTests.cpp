@@ -217,7 +217,7 @@ TEST_F(StageHardeningTest, PendingSignalsOfTheCallerDoNotEndTheTask) {
         sigset_t all;
         ::sigfillset(&all);
         ::sigprocmask(SIG_SETMASK, &all, nullptr);
-        for (const int number : {SIGTERM, SIGHUP, SIGALRM, SIGUSR1, SIGXCPU}) {
+        for (const int number : {SIGTERM, SIGHUP, SIGALRM, SIGUSR1, SIGXCPU, SIGRTMIN + 3}) {
             ::raise(number);
         }
     };
