@@ -5,15 +5,18 @@ string(REGEX REPLACE "-.*" "" CMAKE_SYSTEM_PROCESSOR "${ORVANE_MACOS_TARGET}")
 
 set(CMAKE_C_COMPILER "${ORVANE_ZIG}" cc -target "${ORVANE_MACOS_TARGET}")
 set(CMAKE_CXX_COMPILER "${ORVANE_ZIG}" c++ -target "${ORVANE_MACOS_TARGET}")
+set(CMAKE_OBJCXX_COMPILER ${CMAKE_CXX_COMPILER})
 find_program(CMAKE_AR llvm-ar REQUIRED)
 find_program(CMAKE_RANLIB llvm-ranlib REQUIRED)
+execute_process(COMMAND llvm-config --bindir OUTPUT_VARIABLE bin OUTPUT_STRIP_TRAILING_WHITESPACE)
+find_program(CMAKE_INSTALL_NAME_TOOL llvm-install-name-tool HINTS "${bin}" REQUIRED)
 
 # What a trial would find out, were zig not to refuse its options. A linked trial would also have the C++ library built
 # in one more variant.
 set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
 set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES ORVANE_ZIG ORVANE_MACOS_TARGET)
 set(CMAKE_SIZEOF_VOID_P 8)
-foreach(language C CXX)
+foreach(language C CXX OBJCXX)
   set(CMAKE_${language}_ABI_COMPILED TRUE)
   set(CMAKE_${language}_LINK_PIE_SUPPORTED NO)
   set(CMAKE_${language}_LINK_NO_PIE_SUPPORTED NO)
