@@ -11,11 +11,20 @@ find_program(CMAKE_RANLIB llvm-ranlib REQUIRED)
 execute_process(COMMAND llvm-config --bindir OUTPUT_VARIABLE bin OUTPUT_STRIP_TRAILING_WHITESPACE)
 find_program(CMAKE_INSTALL_NAME_TOOL llvm-install-name-tool HINTS "${bin}" REQUIRED)
 
-# What a trial would find out, were zig not to refuse its options. A linked trial would also have the C++ library built
-# in one more variant.
+# What trials would find out, were zig not to refuse some of their options. Those that link would also have the C++
+# library built in one more variant.
 set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
 set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES ORVANE_ZIG ORVANE_MACOS_TARGET)
+execute_process(COMMAND "${ORVANE_ZIG}" c++ --version OUTPUT_VARIABLE version COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX REPLACE "^clang version ([0-9.]+).*" "\\1" version "${version}")
 set(CMAKE_SIZEOF_VOID_P 8)
+set(CMAKE_CXX_STANDARD_COMPUTED_DEFAULT 17)
+set(CMAKE_OBJCXX_STANDARD_COMPUTED_DEFAULT 17)
+foreach(language CXX OBJCXX)
+  set(CMAKE_${language}_COMPILER_ID_RUN TRUE)
+  set(CMAKE_${language}_COMPILER_ID Clang)
+  set(CMAKE_${language}_COMPILER_VERSION "${version}")
+endforeach()
 foreach(language C CXX OBJCXX)
   set(CMAKE_${language}_ABI_COMPILED TRUE)
   set(CMAKE_${language}_LINK_PIE_SUPPORTED NO)
