@@ -4,6 +4,7 @@
 // What OrvaneTool runs as root is left to the tool, the clipboard history to programs that live long enough to have
 // one.
 
+#include "Support/OVVisit.h"
 #include "Support/ZRBytesValueTransformer.h"
 #include "Support/ZRSystemVersion.h"
 #include "Tasks/OVMemoryStatistics.h"
@@ -116,7 +117,7 @@ struct Text {
 };
 
 std::string text(const PropertyListValue& value) {
-    return std::visit(Text(), static_cast<const PropertyListValue::variant&>(value));
+    return visitHeld(Text(), value);
 }
 
 void print(const std::string& line) {
@@ -140,7 +141,7 @@ void print(const std::vector<std::shared_ptr<RunningApplication>>& applications)
 }
 void print(const OVVolumeDictionary& volume) {
     for (const char* const key : OVVolumeDictionary::allKeys()) {
-        print(key + (": " + std::visit(Text(), *volume.objectForKey(key))));
+        print(key + (": " + visitHeld(Text(), *volume.objectForKey(key))));
     }
 }
 

@@ -1,6 +1,7 @@
 #include "Support/OVNumber.h"
 
 #include "Support/OVSinglePrecision.h"
+#include "Support/OVVisit.h"
 
 #include <limits>
 
@@ -27,11 +28,11 @@ std::uint64_t bitsOf(double value) {
 } // namespace
 
 NSUInteger OVNumber::unsignedIntegerValue() const {
-    return static_cast<NSUInteger>(std::visit([](auto value) { return bitsOf(value); }, value_));
+    return static_cast<NSUInteger>(visitHeld([](auto value) { return bitsOf(value); }, value_));
 }
 
 float OVNumber::floatValue() const {
-    return std::visit([](auto value) { return inSinglePrecision(static_cast<float>(value)); }, value_);
+    return visitHeld([](auto value) { return inSinglePrecision(static_cast<float>(value)); }, value_);
 }
 
 } // namespace orvane

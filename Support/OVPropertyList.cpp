@@ -1,15 +1,15 @@
 #include "Support/OVPropertyList.h"
 
 #include "Support/OVText.h"
+#include "Support/OVVisit.h"
 
 #include <string>
 #include <type_traits>
-#include <variant>
 
 namespace orvane {
 
 bool boolValue(const PropertyListValue& value) {
-    return std::visit(
+    return visitHeld(
         [](const auto& held) {
             using Held = std::decay_t<decltype(held)>;
             if constexpr (std::is_arithmetic_v<Held>) {
@@ -20,7 +20,7 @@ bool boolValue(const PropertyListValue& value) {
                 return false;
             }
         },
-        static_cast<const PropertyListValue::variant&>(value));
+        value);
 }
 
 } // namespace orvane

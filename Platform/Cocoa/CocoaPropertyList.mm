@@ -1,6 +1,7 @@
 #include "Platform/Cocoa/CocoaPropertyList.h"
 
 #include "Platform/Cocoa/CocoaSupport.h"
+#include "Support/OVVisit.h"
 
 #include <cstdint>
 #include <limits>
@@ -55,7 +56,7 @@ PropertyListArray valuesOf(NSArray* array) {
 } // namespace
 
 id objectOf(const PropertyListValue& value) {
-    return std::visit(
+    return visitHeld(
         [](const auto& held) -> id {
             using Held = std::decay_t<decltype(held)>;
             if constexpr (std::is_same_v<Held, bool>) {
@@ -79,8 +80,7 @@ id objectOf(const PropertyListValue& value) {
                 return dictionaryOf(held);
             }
         },
-        // The variant is the base, which C++20's library visits only under its own name.
-        static_cast<const PropertyListValue::variant&>(value));
+        value);
 }
 
 NSDictionary* dictionaryOf(const PropertyListDictionary& dictionary) {
