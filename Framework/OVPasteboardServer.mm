@@ -120,12 +120,6 @@ orvane::OVPasteboardServer& coreOf(void* core) {
 }
 
 - (BOOL)restoreItemsFromPasteboard:(NSPasteboard*)pasteboard {
-    // The history's own object where it is one of them, so that it is found there and taken out.
-    for (const auto& entry : *coreOf(core_).pasteboards()) {
-        if ([pasteboardOf(*entry) isEqual:pasteboard]) {
-            return coreOf(core_).restoreItemsFromPasteboard(entry) ? YES : NO;
-        }
-    }
     return coreOf(core_).restoreItemsFromPasteboard(
                pasteboard != nil ? std::make_shared<cocoa::CocoaPasteboard>(pasteboard) : nullptr)
                ? YES

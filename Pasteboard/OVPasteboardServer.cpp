@@ -82,7 +82,7 @@ bool OVPasteboardServer::restoreItemsFromPasteboard(const std::shared_ptr<Pasteb
     const PasteboardItems copies = copiesOfItems(restored->pasteboardItems());
     {
         const std::lock_guard lock(lock_);
-        std::erase(*pasteboards_, restored);
+        std::erase_if(*pasteboards_, [&](const auto& entry) { return entry->isEqual(*restored); });
     }
     const std::shared_ptr<Pasteboard> general = service_.generalPasteboard();
     general->clearContents();

@@ -69,6 +69,9 @@ class Pasteboard {
     /// written once, to one pasteboard.
     virtual bool writeObjects(const PasteboardItems& items) = 0;
 
+    /// `isEqual:`: whether both stand for the same pasteboard of the system.
+    [[nodiscard]] virtual bool isEqual(const Pasteboard& other) const { return this == &other; }
+
     Pasteboard(const Pasteboard&) = delete;
     Pasteboard& operator=(const Pasteboard&) = delete;
     virtual ~Pasteboard() = default;

@@ -478,6 +478,17 @@ TEST_F(PasteboardRestoring, AFailedWriteTakesTheEntryAllTheSame) {
     EXPECT_EQ(history(*server), Lines{"1"});
 }
 
+TEST_F(PasteboardRestoring, TakesEveryEntryOutThatIsEqualToThePasteboard) {
+    const auto server = makeServer();
+    copyTimes(3);
+    const auto other = std::make_shared<FakePasteboard>(service, "other object");
+    other->put("restored");
+    fake(server->pasteboards()->at(1))->equals = {other.get()};
+    fake(server->pasteboards()->at(3))->equals = {other.get()};
+    EXPECT_TRUE(server->restoreItemsFromPasteboard(other));
+    EXPECT_EQ(history(*server), (Lines{"3", "1"}));
+}
+
 TEST_F(PasteboardRestoring, APasteboardThatIsNotInTheHistoryIsRestoredToo) {
     const auto server = makeServer();
     const auto other = std::make_shared<FakePasteboard>(service, "other");

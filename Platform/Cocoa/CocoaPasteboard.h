@@ -48,6 +48,7 @@ class CocoaPasteboard final : public Pasteboard {
     PasteboardItems pasteboardItems() override;
     void clearContents() override;
     bool writeObjects(const PasteboardItems& items) override;
+    [[nodiscard]] bool isEqual(const Pasteboard& other) const override;
 
     [[nodiscard]] NSPasteboard* pasteboard() const { return pasteboard_.get(); }
 

@@ -101,6 +101,12 @@ bool CocoaPasteboard::writeObjects(const PasteboardItems& items) {
     });
 }
 
+bool CocoaPasteboard::isEqual(const Pasteboard& other) const {
+    const auto* theirs = dynamic_cast<const CocoaPasteboard*>(&other);
+    return theirs != nullptr &&
+           (theirs == this || guarded(false, [&] { return [pasteboard_.get() isEqual:theirs->pasteboard()] != NO; }));
+}
+
 } // namespace cocoa
 
 namespace {

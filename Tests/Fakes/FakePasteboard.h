@@ -46,6 +46,9 @@ class FakePasteboard final : public Pasteboard, public std::enable_shared_from_t
     PasteboardItems pasteboardItems() override;
     void clearContents() override;
     bool writeObjects(const PasteboardItems& items) override;
+    [[nodiscard]] bool isEqual(const Pasteboard& other) const override {
+        return this == &other || std::find(equals.begin(), equals.end(), &other) != equals.end();
+    }
 
     /// What another program does that has something to copy. One text is one item with one type.
     void put(std::vector<FakeContent> content);
@@ -58,7 +61,8 @@ class FakePasteboard final : public Pasteboard, public std::enable_shared_from_t
     [[nodiscard]] std::vector<std::string> texts() const;
 
     const std::string name;
-    bool takesItems = true; ///< whether writing succeeds
+    bool takesItems = true;                ///< whether writing succeeds
+    std::vector<const Pasteboard*> equals; ///< other objects that stand for the same pasteboard
 
   private:
     friend class FakeReadItem;

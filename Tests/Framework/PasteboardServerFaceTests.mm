@@ -57,6 +57,17 @@ TEST_F(PasteboardServerFaceTest, RestoresAnEntryThroughTheRunner) {
     [runner setPasteboardServer:nil];
 }
 
+TEST_F(PasteboardServerFaceTest, RestoresAPasteboardThatIsNoneOfTheHistorys) {
+    copy(@"kept");
+    OVPasteboardServer* const server = [[[OVPasteboardServer alloc] init] autorelease];
+    NSPasteboard* const other = [NSPasteboard pasteboardWithUniqueName];
+    [other declareTypes:[NSArray arrayWithObject:NSStringPboardType] owner:nil];
+    [other setString:@"from elsewhere" forType:NSStringPboardType];
+    EXPECT_TRUE([server restoreItemsFromPasteboard:other]);
+    EXPECT_EQ([[server pasteboards] count], 1U);
+    EXPECT_EQ(stringOn([NSPasteboard generalPasteboard]), "from elsewhere");
+}
+
 TEST_F(PasteboardServerFaceTest, IsKeptByItsTimerWhichPolls) {
     copy(@"before");
     OVPasteboardServer* const server = [[OVPasteboardServer alloc] init];
