@@ -3,8 +3,10 @@
 #include "Platform/Executable.h"
 #include "Platform/Process.h"
 #include "Platform/SystemLog.h"
+#include "Support/OVCodePoint.h"
 #include "Support/OVPath.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -20,20 +22,41 @@ namespace orvane {
 
 namespace {
 
+/// Whether the character begins another line or acts on a terminal: control characters, both separators of lines, and
+/// what turns the direction of writing round.
+bool isRefused(char32_t c) {
+    return c < 0x20 || (c >= 0x7F && c < 0xA0) || c == 0x2028 || c == 0x2029 || (c >= 0x202A && c <= 0x202E) ||
+           (c >= 0x2066 && c <= 0x2069);
+}
+
+/// The text with what does not belong on one line, bytes that are not UTF-8 included, as octal numbers ("\\012"). Names
+/// of files and folders are their makers' choice, and one of them must not pass for a message.
+std::string fitForOneLine(std::string_view text) {
+    std::string line;
+    line.reserve(text.size());
+    while (!text.empty()) {
+        const CodePoint next = decodeUTF8(text);
+        const std::string_view character = text.substr(0, std::max<std::size_t>(next.length, 1));
+        if (next.length > 0 && !isRefused(next.value)) {
+            line += character;
+        } else {
+            for (const char byte : character) {
+                std::array<char, 8> number = {};
+                static_cast<void>(
+                    std::snprintf(number.data(), number.size(), "\\%03o", static_cast<unsigned char>(byte)));
+                line += number.data();
+            }
+        }
+        text.remove_prefix(character.size());
+    }
+    return line;
+}
+
 /// Null stands for the built-in sink, so that nothing has to run before the first message.
 constinit std::atomic<OVLogSink*> currentSink{nullptr};
 
-/// The kernel's name for the executable. The folder may be the caller's, so the name is made fit for one
-/// line.
 std::string processName() {
-    const auto path = Executable::current().executablePath();
-    std::string name = lastPathComponent(path.value_or("OrvaneTool"));
-    for (char& c : name) {
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) {
-            c = '?';
-        }
-    }
-    return name;
+    return fitForOneLine(lastPathComponent(Executable::current().executablePath().value_or("OrvaneTool")));
 }
 
 std::string timestamp() {
@@ -94,7 +117,7 @@ void OVLog(const char* format, ...) {
     const int savedError = errno;
     va_list arguments;
     va_start(arguments, format);
-    const std::string message = formatted(format, arguments);
+    const std::string message = fitForOneLine(formatted(format, arguments));
     va_end(arguments);
     if (OVLogSink* const sink = currentSink.load()) {
         sink->logMessage(message.c_str());

@@ -6,7 +6,7 @@ namespace orvane {
 /// an application's own `NSLog`. Called on whichever thread logs.
 class OVLogSink {
   public:
-    /// One message without date, process name or newline. The text is the caller's, valid for the call only.
+    /// One message without date and process name, fit for one line. The text is the caller's, valid for the call only.
     virtual void logMessage(const char* message) = 0;
 
   protected:
@@ -23,6 +23,9 @@ OVLogSink* OVSetLogSink(OVLogSink* sink);
 /// `NSLog`: one diagnostic message, to standard error as one line written whole
 /// ("2026-11-20 22:54:00.123 OrvaneTool[123:456] text", with process and thread number) and to the system
 /// log. Never to standard output. Keeps `errno`.
+///
+/// Whatever the arguments hold, a message stays one line: control characters, separators of lines and paragraphs, what
+/// turns the direction of writing, and bytes that are not UTF-8 come as octal numbers ("\\012").
 void OVLog(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 } // namespace orvane

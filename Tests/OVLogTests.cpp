@@ -87,6 +87,33 @@ TEST(OVLogTest, WritesALongMessageWhole) {
     EXPECT_NE(errors[0].find("] " + text + "\n"), std::string::npos);
 }
 
+TEST(OVLogTest, WhateverAMessageHoldsItStaysOneLineOfPlainCharacters) {
+    testing::RecordingLog log;
+    OVLog("%s", "/Users/ann/x\n2026-01-01 OrvaneTool[1:1] forged\r\t\x1B[2J\x7F");
+    OVLog("%s", "next \xC2\x85 line\xE2\x80\xA8 paragraph\xE2\x80\xA9 C1 \xC2\x80\xC2\x9F\xC2\xA0");
+    OVLog("%s", "\xE2\x80\xAA\xE2\x80\xAE\xE2\x80\xAF \xE2\x81\xA6\xE2\x81\xA9\xE2\x81\xAA");
+    OVLog("%s", "B\xC3\xBCro \xF0\x9F\x93\x81 \xFF cut \xE2\x80");
+    EXPECT_EQ(log.messages,
+              (std::vector<std::string>{
+                  R"(/Users/ann/x\0122026-01-01 OrvaneTool[1:1] forged\015\011\033[2J\177)",
+                  "next \\302\\205 line\\342\\200\\250 paragraph\\342\\200\\251 C1 \\302\\200\\302\\237\xC2\xA0",
+                  "\\342\\200\\252\\342\\200\\256\xE2\x80\xAF \\342\\201\\246\\342\\201\\251\xE2\x81\xAA",
+                  "B\xC3\xBCro \xF0\x9F\x93\x81 \\377 cut \\342\\200",
+              }));
+}
+
+TEST(OVLogTest, TheLineOnStandardErrorIsOneWhateverTheMessageHolds) {
+    std::vector<std::string> errors;
+    {
+        Streams streams;
+        OVLog("a%sb", "\n\n");
+        errors = streams.writes(STDERR_FILENO);
+    }
+    ASSERT_EQ(errors.size(), 1U);
+    EXPECT_EQ(errors[0].find('\n'), errors[0].size() - 1);
+    EXPECT_TRUE(errors[0].ends_with("] a\\012\\012b\n")) << errors[0];
+}
+
 TEST(OVLogTest, AMethodMessageBeginsWithTheMethodAndTheSourceLine) {
     testing::RecordingLog log;
     OVLogMethod("-[Thing doIt:]", "error %ld", 7L);
