@@ -27,8 +27,7 @@ constexpr std::string_view kPath = "/usr/bin:/bin:/usr/sbin:/sbin";
 /// The home of a user whom the password database does not know: no folder of anybody's.
 constexpr const char* kNoHome = "/";
 
-/// Where a task works: a folder of root's in which there is nothing. File names that a user chose can reach a line's
-/// `rm` in pieces that are no longer absolute paths.
+/// Where a task works: a folder of root's in which systems keep nothing.
 constexpr const char* kEmptyFolder = "/var/empty";
 
 /// What a descriptor limit falls back to where the system has a ceiling of its own below the hard limit.
@@ -212,12 +211,7 @@ void secureDescriptors() {
 }
 
 void leaveCallersFolder() {
-    struct stat here = {};
-    if (::chdir(kEmptyFolder) == 0 && ::stat(".", &here) == 0 && here.st_uid == 0 &&
-        (here.st_mode & (S_IWGRP | S_IWOTH)) == 0) {
-        return;
-    }
-    if (::chdir("/") != 0) {
+    if (!enterEmptyFolder() && ::chdir("/") != 0) {
         refuse("cannot leave the caller's folder");
     }
 }
@@ -269,15 +263,18 @@ bool isHarmlessEnvironmentValue(std::string_view value) {
            });
 }
 
-bool isRefusedShellArgument(std::string_view taskName, std::string_view argument, uid_t realUserID) {
-    if (realUserID == 0 || taskName != "secureEraseFreeSpace") {
-        return false;
-    }
-    for (std::size_t index = 0; index < argument.size(); ++index) {
-        const auto c = static_cast<unsigned char>(argument[index]);
-        const auto next = static_cast<unsigned char>(index + 1 < argument.size() ? argument[index + 1] : 0);
+bool enterEmptyFolder() {
+    struct stat here = {};
+    return ::chdir(kEmptyFolder) == 0 && ::stat(".", &here) == 0 && here.st_uid == 0 &&
+           (here.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+bool holdsShellCharacter(std::string_view text) {
+    for (std::size_t index = 0; index < text.size(); ++index) {
+        const auto c = static_cast<unsigned char>(text[index]);
+        const auto next = static_cast<unsigned char>(index + 1 < text.size() ? text[index + 1] : 0);
         const bool isControl = c < 0x20 || c == 0x7F || (c == 0xC2 && next >= 0x80 && next <= 0x9F);
-        // The line's trap puts what stands between double quotes between single quotes as well.
+        // The one line of that kind puts what stands between double quotes between single quotes as well.
         if (isControl || c == '"' || c == '\'' || c == '$' || c == '`' || c == '\\') {
             return true;
         }

@@ -29,8 +29,11 @@ void prepareForTask(uid_t realUserID);
 /// for a path or a format.
 bool isHarmlessEnvironmentValue(std::string_view value);
 
-/// Whether the argument must not reach the task: the task's line puts it between double quotes, and those between
-/// single ones, for a root shell, where it would not stay one word, and the real user is not root.
-bool isRefusedShellArgument(std::string_view taskName, std::string_view argument, uid_t realUserID);
+/// Makes root's empty folder the working folder, whoever the user is: a piece of a name that is no absolute path names
+/// nothing there. False when there is no such folder that nobody else may write to.
+bool enterEmptyFolder();
+
+/// Whether the text does not stay one word between a root shell's quotes.
+bool holdsShellCharacter(std::string_view text);
 
 } // namespace orvane

@@ -32,9 +32,18 @@ struct TaskTable {
 
     enum class Test { equal, prefix, always };
 
+    /// What of a user's reaches the row's commands, and so what must be done before it runs. Every row says it.
+    enum class Input {
+        none,
+        word,      ///< the argument, as one word to a program
+        shellText, ///< the argument, between quotes in a line for a root shell
+        names,     ///< file names, one a line or cut out of a text, which can come to `rm` in pieces
+    };
+
     struct Row {
         Test test;
         std::string_view name;
+        Input input;
         void (*action)(Dispatch& dispatch, const char* text);
         const char* text; ///< the shell line, or what the action makes it from
     };
@@ -103,48 +112,49 @@ struct TaskTable {
     }
 
     static constexpr Row kRows[] = {
-        {Test::equal, "repairPermissions", repairPermissions, nullptr},
-        {Test::equal, "crondailyleo", maintenance, "daily"},
-        {Test::equal, "cronweeklyleo", maintenance, "weekly"},
-        {Test::equal, "cronmonthlyleo", maintenance, "monthly"},
-        {Test::equal, "cronallleo", allMaintenance, nullptr},
-        {Test::always, "", runPending, nullptr},
-        {Test::equal, "csc", shellLine,
+        {Test::equal, "repairPermissions", Input::none, repairPermissions, nullptr},
+        {Test::equal, "crondailyleo", Input::none, maintenance, "daily"},
+        {Test::equal, "cronweeklyleo", Input::none, maintenance, "weekly"},
+        {Test::equal, "cronmonthlyleo", Input::none, maintenance, "monthly"},
+        {Test::equal, "cronallleo", Input::none, allMaintenance, nullptr},
+        {Test::always, "", Input::none, runPending, nullptr},
+        {Test::equal, "csc", Input::none, shellLine,
          "mv /Library/Caches/*pictureCache.tiff /tmp/; "
          "mv /Library/Caches/com.apple.ATS /tmp/; "
          "rm -fvR /Library/Caches/*; "
          "mv /tmp/*pictureCache.tiff /Library/Caches/; "
          "mv /tmp/com.apple.ATS /Library/Caches/"},
-        {Test::equal, "cauc", forceDelete, "/Users/*/Library/Caches/*"},
-        {Test::equal, "vpf", shellLine,
+        {Test::equal, "cauc", Input::names, forceDelete, "/Users/*/Library/Caches/*"},
+        {Test::equal, "vpf", Input::none, shellLine,
          "/usr/bin/plutil /Library/Preferences/*.plist; "
          "/usr/bin/plutil ~/Library/Preferences/*.plist"},
-        {Test::equal, "rpf", repairPreferences, nullptr},
-        {Test::equal, "repairVolume", repairVolume, nullptr},
-        {Test::equal, "ejectVolume", ejectVolume, nullptr},
-        {Test::equal, "rebuildSpotlightIndex", shellLine,
+        {Test::equal, "rpf", Input::names, repairPreferences, nullptr},
+        {Test::equal, "repairVolume", Input::word, repairVolume, nullptr},
+        {Test::equal, "ejectVolume", Input::word, ejectVolume, nullptr},
+        {Test::equal, "rebuildSpotlightIndex", Input::none, shellLine,
          "sleep 5; /usr/bin/mdutil -E /; echo; echo Spotlight index has been deleted.; echo; "
          "echo In a few moments, the Spotlight menu item, located at the top right hand corner of your "
          "display, "
          "will automatically start indexing."},
-        {Test::equal, "cleanArchivedLogs", shellLine,
+        {Test::equal, "cleanArchivedLogs", Input::none, shellLine,
          "/bin/rm -fvR /var/log/*.gz; "
          "/usr/bin/find /Library/Logs -name *.log.* -exec /bin/rm -vfR {} \\;"},
-        {Test::equal, "cleanAllLogs", shellLine,
+        {Test::equal, "cleanAllLogs", Input::none, shellLine,
          "/usr/bin/find /Library/Logs /Users/*/Library/Logs -name *.log -exec /bin/rm -vfR {} \\;"},
-        {Test::equal, "flushDNS", shellLine,
+        {Test::equal, "flushDNS", Input::none, shellLine,
          "echo Clearing DNS cache...; "
          "killall -HUP mDNSResponder; "
          "dscacheutil -flushcache"},
-        {Test::equal, "whatisDatabase", shellLine, "/usr/libexec/makewhatis -v"},
-        {Test::equal, "locateDatabase", shellLine,
+        {Test::equal, "whatisDatabase", Input::none, shellLine, "/usr/libexec/makewhatis -v"},
+        {Test::equal, "locateDatabase", Input::none, shellLine,
          "echo Starting update...; cd /; sudo /usr/libexec/locate.updatedb; echo; echo Ending update..."},
-        {Test::equal, "removeTemporary", shellLine, "rm -fv -R /var/tmp/*"},
-        {Test::equal, "cleanFontCaches", shellLine, "echo Clearing font cache...; atsutil databases -remove; sleep 5"},
-        {Test::equal, "secureEraseFreeSpace", secureEraseFreeSpace, nullptr},
-        {Test::prefix, "killProcess", killProcess, nullptr},
-        {Test::equal, "feat", emptyTrash, nullptr},
-        {Test::equal, "secureEmptyTrash", secureEmptyTrash, nullptr},
+        {Test::equal, "removeTemporary", Input::none, shellLine, "rm -fv -R /var/tmp/*"},
+        {Test::equal, "cleanFontCaches", Input::none, shellLine,
+         "echo Clearing font cache...; atsutil databases -remove; sleep 5"},
+        {Test::equal, "secureEraseFreeSpace", Input::shellText, secureEraseFreeSpace, nullptr},
+        {Test::prefix, "killProcess", Input::none, killProcess, nullptr},
+        {Test::equal, "feat", Input::names, emptyTrash, nullptr},
+        {Test::equal, "secureEmptyTrash", Input::names, secureEmptyTrash, nullptr},
     };
 
     static bool matches(const Row& row, std::string_view taskName) {
@@ -157,6 +167,11 @@ struct TaskTable {
             return true;
         }
         return false;
+    }
+
+    static bool takes(Input input, std::string_view taskName) {
+        return std::any_of(std::begin(kRows), std::end(kRows),
+                           [&](const Row& row) { return row.input == input && matches(row, taskName); });
     }
 };
 
@@ -183,6 +198,14 @@ bool OrvaneTool::knowsTask(std::string_view taskName) {
     return std::any_of(std::begin(TaskTable::kRows), std::end(TaskTable::kRows), [&](const TaskTable::Row& row) {
         return row.test != TaskTable::Test::always && TaskTable::matches(row, taskName);
     });
+}
+
+bool OrvaneTool::putsArgumentIntoShellLine(std::string_view taskName) {
+    return TaskTable::takes(TaskTable::Input::shellText, taskName);
+}
+
+bool OrvaneTool::deletesByNames(std::string_view taskName) {
+    return TaskTable::takes(TaskTable::Input::names, taskName);
 }
 
 std::vector<std::string_view> OrvaneTool::taskNames() {

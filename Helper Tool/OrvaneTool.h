@@ -41,6 +41,12 @@ class OrvaneTool : public OVTaskDelegate {
     /// Whether a row of the table tests true for the name.
     static bool knowsTask(std::string_view taskName);
 
+    /// Whether the task's line has the argument between double quotes, and those between single ones, for a root shell.
+    static bool putsArgumentIntoShellLine(std::string_view taskName);
+
+    /// Whether names of files that users chose can come to the task's `rm` in pieces, which need not be absolute paths.
+    static bool deletesByNames(std::string_view taskName);
+
     /// The names of the task table in the order of its rows, for those who list them; a prefix stands for
     /// itself.
     static std::vector<std::string_view> taskNames();

@@ -2,8 +2,8 @@
 
 #include "Helper Tool/CallerEnvironment.h"
 #include "Helper Tool/OrvaneTool.h"
+#include "Helper Tool/OwnExecutable.h"
 #include "Helpers/NSFileManager+SUIDRoot.h"
-#include "Platform/Executable.h"
 #include "Platform/SystemCalls.h"
 #include "Support/OVLog.h"
 #include "Support/OVText.h"
@@ -37,37 +37,10 @@ std::string textOfWord(const char* const argv[], int index) {
     return word;
 }
 
-/// The tool's own executable: asked for where it is needed, because the kernel's answer costs a task more than all else
-/// that it does before it runs.
-class OwnExecutable {
-  public:
-    OwnExecutable()
-        : path_(Executable::current().executablePath()), reference_(Executable::current().executableReference()) {}
-
-    /// The path as a message shows it, a missing one as "%@" shows nil.
-    [[nodiscard]] const char* text() const { return path_ ? path_->c_str() : "(null)"; }
-
-    /// The file as changes that must not be redirected to another one name it.
-    [[nodiscard]] SUIDRoot::File file(SystemCalls& calls) const {
-        if (!path_) {
-            return {nullptr};
-        }
-        if (reference_) {
-            return {path_->c_str(), reference_->c_str()};
-        }
-        // By name alone somebody else's folder could put another file in the executable's place. Without privileges the
-        // change fails by itself.
-        if (calls.getuid() != 0 && calls.geteuid() == 0) {
-            OVLog("Command-line tool: the running executable cannot be told from its name, only root may change it");
-            finish(EPERM);
-        }
-        return {path_->c_str()};
-    }
-
-  private:
-    std::optional<std::string> path_;
-    std::optional<std::string> reference_;
-};
+/// A path as a message shows it, a missing one as "%@" shows nil.
+const char* shown(const char* path) {
+    return path != nullptr ? path : "(null)";
+}
 
 } // namespace
 
@@ -81,18 +54,18 @@ void setupPriviliges(int argc, const char* const argv[]) {
     }
     const std::string word = textOfWord(argv, 1);
     if (word == kRepairWord) {
-        const OwnExecutable executable;
-        OVLog("Command-line tool: runMain: repairing priviliges for %s", executable.text());
-        const std::int32_t error = SUIDRoot::setSUIDRoot(executable.file(calls), calls);
+        OwnExecutable executable(calls); // only here: a task would pay for the look-up
+        OVLog("Command-line tool: runMain: repairing priviliges for %s", shown(executable.path()));
+        const std::int32_t error = SUIDRoot::setSUIDRoot(executable, calls);
         if (error != 0) {
             OVLog("Command-line tool: runMain: error %d repairing priviliges", error);
         }
         finish(error);
     }
     if (word == kSurrenderWord) {
-        const OwnExecutable executable;
-        OVLog("Command-line tool: surrendering priviliges for %s", executable.text());
-        const std::int32_t error = SUIDRoot::surrenderSUIDRoot(executable.file(calls), calls);
+        OwnExecutable executable(calls); // only here: a task would pay for the look-up
+        OVLog("Command-line tool: surrendering priviliges for %s", shown(executable.path()));
+        const std::int32_t error = SUIDRoot::surrenderSUIDRoot(executable, calls);
         if (error != 0) {
             OVLog("Command-line tool: error %d surrendering priviliges", error);
         }
@@ -113,7 +86,8 @@ std::int32_t toolMain(int argc, const char* const argv[], uid_t realUserID) {
     for (int index = 2; index < argc && argv[index] != nullptr; ++index) {
         arguments.push_back(textOfWord(argv, index));
     }
-    if (!arguments.empty() && isRefusedShellArgument(taskName, arguments.front(), realUserID)) {
+    if (realUserID != 0 && OrvaneTool::putsArgumentIntoShellLine(taskName) && !arguments.empty() &&
+        holdsShellCharacter(arguments.front())) {
         OVLog("Command-line tool: %s: the argument holds a character that a root shell would act on, nothing "
               "was run",
               taskName.c_str());
@@ -121,6 +95,11 @@ std::int32_t toolMain(int argc, const char* const argv[], uid_t realUserID) {
     }
     if (OrvaneTool::knowsTask(taskName)) {
         prepareForTask(realUserID);
+    }
+    if (OrvaneTool::deletesByNames(taskName) && !enterEmptyFolder()) {
+        OVLog("Command-line tool: %s: there is no empty folder of root's to work in, nothing was run",
+              taskName.c_str());
+        return EXIT_FAILURE;
     }
     OrvaneTool tool(SystemCalls::platform());
     return tool.runTask(taskName, arguments);

@@ -18,10 +18,38 @@ constexpr auto kGroupUnchanged = static_cast<gid_t>(-1);
 constexpr mode_t kInstalledMode = S_IFREG | 04555;
 constexpr mode_t kSurrenderedMode = 0500;
 
+/// The file that the path names when it is changed.
+class NamedFile final : public File {
+  public:
+    NamedFile(const char* path, SystemCalls& calls) : path_(path), calls_(calls) {}
+
+    const char* path() override { return path_; }
+    std::int32_t take() override { return 0; }
+    int chown(uid_t owner, gid_t group) override { return calls_.chown(path_, owner, group); }
+    int chmod(mode_t mode) override { return calls_.chmod(path_, mode); }
+    void release() override {}
+
+  private:
+    const char* path_;
+    SystemCalls& calls_;
+};
+
+/// What a change that failed left in `errno`, with the file let go before anything is logged.
+std::int32_t releasedAfterError(File& file) {
+    const std::int32_t error = errno;
+    file.release();
+    return error;
+}
+
 } // namespace
 
-std::int32_t setSUIDRoot(File file, SystemCalls& calls) {
-    const char* const aPath = file.path;
+std::int32_t setSUIDRoot(const char* path, SystemCalls& calls) {
+    NamedFile file(path, calls);
+    return setSUIDRoot(file, calls);
+}
+
+std::int32_t setSUIDRoot(File& file, SystemCalls& calls) {
+    const char* const aPath = file.path();
     // NOLINTNEXTLINE(modernize-use-nullptr): the expression's text is what callers see
     OVAssert(aPath != NULL, "-[NSFileManager(SUIDRoot) setSUIDRoot:]");
     const std::string name = lastPathComponent(aPath);
@@ -31,51 +59,70 @@ std::int32_t setSUIDRoot(File file, SystemCalls& calls) {
         OVLog("%s: error %d switching to priviliged uid", name.c_str(), error);
         return error;
     }
-    // The owner first: the bit must only ever stand on a file that root already owns. On failure from here on
-    // the effective user id is left at root on purpose: the switch back belongs to success alone.
-    if (calls.chown(file.reference, kRoot, kGroupUnchanged) != 0) {
-        const int error = errno;
+    // From here on a failure deliberately leaves the effective user id at root: the switch back belongs to success.
+    if (const std::int32_t error = file.take(); error != 0) {
+        return error;
+    }
+    // The owner first: the bit must only ever stand on a file that root already owns.
+    if (file.chown(kRoot, kGroupUnchanged) != 0) {
+        const std::int32_t error = releasedAfterError(file);
         OVLog("%s: error changing owner to root", name.c_str());
         return error;
     }
-    if (calls.chmod(file.reference, kInstalledMode) != 0) {
-        const int error = errno;
+    if (file.chmod(kInstalledMode) != 0) {
+        const std::int32_t error = releasedAfterError(file);
         OVLog("%s: error changing permissions to setuid", name.c_str());
         return error;
     }
+    file.release();
     const int err = calls.seteuid(calls.getuid());
     OVAssert(err == 0, "-[NSFileManager(SUIDRoot) setSUIDRoot:]");
     return 0;
 }
 
-std::int32_t surrenderSUIDRoot(File file, SystemCalls& calls) {
-    const char* const aPath = file.path;
+std::int32_t surrenderSUIDRoot(const char* path, SystemCalls& calls) {
+    NamedFile file(path, calls);
+    return surrenderSUIDRoot(file, calls);
+}
+
+std::int32_t surrenderSUIDRoot(File& file, SystemCalls& calls) {
+    const char* const aPath = file.path();
     // NOLINTNEXTLINE(modernize-use-nullptr): the expression's text is what callers see
     OVAssert(aPath != NULL, "-[NSFileManager(SUIDRoot) surrenderSUIDRoot:]");
     const std::string name = lastPathComponent(aPath);
+    const uid_t user = calls.getuid(); // a file that is taken may change it for that while
 
     if (calls.seteuid(kRoot) != 0) {
         const int error = errno;
         OVLog("%s: error switching to euid 0", name.c_str());
         return error;
     }
+    if (const std::int32_t error = file.take(); error != 0) {
+        return error;
+    }
     // The mode first: the bit must be gone before the file is the user's.
-    if (calls.chmod(file.reference, kSurrenderedMode) != 0) {
-        const int error = errno;
+    if (file.chmod(kSurrenderedMode) != 0) {
+        const std::int32_t error = releasedAfterError(file);
         OVLog("%s: error %d reverting setuid", name.c_str(), error);
         return error;
     }
-    if (calls.chown(file.reference, calls.getuid(), kGroupUnchanged) != 0) {
-        const int error = errno;
+    if (file.chown(user, kGroupUnchanged) != 0) {
+        const std::int32_t error = releasedAfterError(file);
         OVLog("%s: error changing owner to actual user id", name.c_str());
         return error;
     }
-    if (calls.seteuid(calls.getuid()) != 0) {
+    file.release();
+    if (calls.seteuid(user) != 0) {
         const int error = errno;
         OVLog("%s: error %d switching back from effective user root", name.c_str(), error);
         return error;
     }
     return 0;
+}
+
+bool isInstalled(const struct stat& status) {
+    return status.st_uid == kRoot &&
+           (status.st_mode & ~static_cast<mode_t>(S_IFMT)) == (kInstalledMode & ~static_cast<mode_t>(S_IFMT));
 }
 
 bool isSetUIDRoot(const char* path, SystemCalls& calls) {

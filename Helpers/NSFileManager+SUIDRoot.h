@@ -12,14 +12,25 @@
 /// the whole process: no other thread may depend on it during the first two operations.
 namespace orvane::SUIDRoot {
 
-/// The file that an operation changes: usually one and the same path twice.
-struct File {
-    // NOLINTNEXTLINE(google-explicit-constructor): a path is what callers have
-    File(const char* aPath) : path(aPath), reference(aPath) {}
-    File(const char* aPath, const char* aReference) : path(aPath), reference(aReference) {}
+/// The file that an operation changes, and how it gets at it.
+class File {
+  public:
+    /// What messages name; null stops the process.
+    virtual const char* path() = 0;
 
-    const char* path;      ///< what messages name; null stops the process
-    const char* reference; ///< what is changed: another name of the same file, one that cannot be redirected
+    /// Before the first change, when the process is effective root. 0, or the error number with which the operation
+    /// ends there; the reason has then been logged.
+    virtual std::int32_t take() = 0;
+    virtual int chown(uid_t owner, gid_t group) = 0;
+    virtual int chmod(mode_t mode) = 0;
+    /// After the last change, or the first that failed; not if `take` did.
+    virtual void release() = 0;
+
+  protected:
+    File() = default;
+    File(const File&) = default;
+    File& operator=(const File&) = default;
+    ~File() = default;
 };
 
 /// `setSUIDRoot:`: makes the file setuid root (`seteuid(0)`, `chown`, `chmod`, `seteuid(getuid())`).
@@ -27,14 +38,19 @@ struct File {
 /// Returns 0, or the `errno` of the step that failed, which is logged; steps already made stay made, and
 /// after a failed `chown` or `chmod` the effective user id stays 0. A null path, or not getting back to the
 /// real user id at the end, stops the process with a failed assertion.
-std::int32_t setSUIDRoot(File file, SystemCalls& calls = SystemCalls::platform());
+std::int32_t setSUIDRoot(const char* path, SystemCalls& calls = SystemCalls::platform());
+std::int32_t setSUIDRoot(File& file, SystemCalls& calls = SystemCalls::platform());
 
 /// `surrenderSUIDRoot:`: takes the state away and hands the file to the real user (`seteuid(0)`, `chmod`,
 /// `chown`, `seteuid(getuid())`).
 ///
 /// Returns 0, or the `errno` of the step that failed, which is logged, the way back to the real user id
 /// included; steps already made stay made. A null path stops the process with a failed assertion.
-std::int32_t surrenderSUIDRoot(File file, SystemCalls& calls = SystemCalls::platform());
+std::int32_t surrenderSUIDRoot(const char* path, SystemCalls& calls = SystemCalls::platform());
+std::int32_t surrenderSUIDRoot(File& file, SystemCalls& calls = SystemCalls::platform());
+
+/// Whether anybody may start the file as root: owner root, mode 04555.
+bool isInstalled(const struct stat& status);
 
 /// `isSetUIDRoot:`: whether the file, symbolic links followed, is owned by root and has the set-user-ID bit.
 /// No for a path that cannot be examined and for null.

@@ -5,6 +5,16 @@
 
 namespace orvane {
 
+/// When owner, permissions, names or content of a file last changed: the field of `stat` that POSIX and Darwin name
+/// differently.
+template <typename Status> auto& statusChangeTime(Status& status) {
+    if constexpr (requires { status.st_ctim; }) {
+        return status.st_ctim;
+    } else {
+        return status.st_ctimespec;
+    }
+}
+
 /// The file that is being executed.
 class Executable {
   public:
@@ -15,11 +25,10 @@ class Executable {
     /// nothing when the kernel cannot tell.
     virtual std::optional<std::string> executablePath() = 0;
 
-    /// A path that keeps naming the file that is being executed, whatever is renamed or linked at
-    /// `executablePath` meanwhile (`/proc/self/exe`, `/.vol/<device>/<inode>`); nothing where the system has
-    /// no such name. Changes to owner and mode of the running executable go through this one, or a caller who
-    /// owns the folder could swap the file between the question and the change.
-    virtual std::optional<std::string> executableReference() = 0;
+    /// Opens the file that is being executed for reading (close-on-exec), whatever is renamed or linked at
+    /// `executablePath` meanwhile: a caller who owns the folder could swap the file between the question and a change
+    /// by name. -1 with `errno` set when it cannot be had, `ESTALE` for another file at that path.
+    virtual int openExecutable() = 0;
 
   protected:
     Executable() = default;

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <ctime>
+#include <optional>
 
 namespace orvane {
 
@@ -12,6 +14,11 @@ class Process {
 
     /// The calling thread's number, as the log shows it.
     virtual std::uint64_t threadID() = 0;
+
+    /// When the kernel made the process (`PROC_PIDTBSDINFO`, `/proc/self/stat`), by the clock that dates files and
+    /// never later than it was: before the program was executed, and whatever held the process up since. Nothing when
+    /// the kernel does not tell.
+    virtual std::optional<timespec> startTime() = 0;
 
     /// Closes every open descriptor from `first` on, those above the soft limit included; false when the list
     /// of open descriptors cannot be had.

@@ -23,6 +23,7 @@ class SystemCalls {
     virtual uid_t geteuid() = 0;
     virtual int setuid(uid_t userID) = 0;
     virtual int seteuid(uid_t userID) = 0;
+    virtual int setreuid(uid_t realUserID, uid_t effectiveUserID) = 0;
 
     virtual int chown(const char* path, uid_t owner, gid_t group) = 0;
     virtual int chmod(const char* path, mode_t mode) = 0;
@@ -30,6 +31,10 @@ class SystemCalls {
     virtual int stat(const char* path, struct stat* status) = 0;
     /// `lstat`: of a symbolic link itself.
     virtual int lstat(const char* path, struct stat* status) = 0;
+    // The same of an open file.
+    virtual int fchown(int descriptor, uid_t owner, gid_t group) = 0;
+    virtual int fchmod(int descriptor, mode_t mode) = 0;
+    virtual int fstat(int descriptor, struct stat* status) = 0;
 
     /// `pipe`, but neither end is kept by programs executed later, and neither takes a number from 0 to 2,
     /// even where those are closed.

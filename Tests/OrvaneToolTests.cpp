@@ -126,6 +126,25 @@ TEST_F(OrvaneToolTest, TheTableHasItsRowsInOrder) {
     EXPECT_EQ(OrvaneTool::taskNames(), expected);
 }
 
+TEST_F(OrvaneToolTest, TheTableSaysWhichArgumentReachesAShellAndWhichNamesReachRm) {
+    Strings inShell;
+    Strings byNames;
+    for (const std::string_view name : OrvaneTool::taskNames()) {
+        if (OrvaneTool::putsArgumentIntoShellLine(name)) {
+            inShell.emplace_back(name);
+        }
+        if (OrvaneTool::deletesByNames(name)) {
+            byNames.emplace_back(name);
+        }
+    }
+    EXPECT_EQ(inShell, (Strings{"secureEraseFreeSpace"}));
+    EXPECT_EQ(byNames, (Strings{"cauc", "rpf", "feat", "secureEmptyTrash"}));
+    for (const char* name : {"", "secureErasefreespace", "Feat", "nothing"}) {
+        EXPECT_FALSE(OrvaneTool::putsArgumentIntoShellLine(name)) << name;
+        EXPECT_FALSE(OrvaneTool::deletesByNames(name)) << name;
+    }
+}
+
 TEST_F(OrvaneToolTest, AnUnknownNameRunsPrintsAndLogsNothing) {
     for (const char* name : {"", "nothing", "flushdns", "FLUSHDNS", "daily", "repairPriviliges", "KillProcess 1"}) {
         EXPECT_EQ(run(name), -1) << name;

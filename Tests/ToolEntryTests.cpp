@@ -1,11 +1,15 @@
 #include "Helper Tool/ToolEntry.h"
 
 #include "Platform/Executable.h"
+#include "Platform/Process.h"
 
 #include <array>
+#include <ctime>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace orvane {
@@ -41,14 +45,43 @@ TEST(ExecutableTest, KnowsTheRunningExecutableFromTheKernel) {
     ASSERT_TRUE(path.has_value());
     EXPECT_EQ(path->front(), '/');
     EXPECT_EQ(::access(path->c_str(), X_OK), 0) << *path;
-    const auto reference = Executable::current().executableReference();
-    ASSERT_TRUE(reference.has_value());
+    const int file = Executable::current().openExecutable();
+    ASSERT_GE(file, 0);
     struct stat byPath = {};
-    struct stat byReference = {};
+    struct stat opened = {};
     ASSERT_EQ(::stat(path->c_str(), &byPath), 0);
-    ASSERT_EQ(::stat(reference->c_str(), &byReference), 0);
-    EXPECT_EQ(byPath.st_ino, byReference.st_ino);
-    EXPECT_EQ(byPath.st_dev, byReference.st_dev);
+    ASSERT_EQ(::fstat(file, &opened), 0);
+    EXPECT_EQ(byPath.st_ino, opened.st_ino);
+    EXPECT_EQ(byPath.st_dev, opened.st_dev);
+    EXPECT_EQ(::fcntl(file, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+    ::close(file);
+}
+
+TEST(ProcessTest, TheStartIsWhenTheKernelMadeTheProcessNeverLater) {
+    constexpr double kSecond = 1e9;
+    const auto seconds = [](const timespec& time) {
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / kSecond;
+    };
+    timespec before = {};
+    ::clock_gettime(CLOCK_REALTIME, &before);
+    std::array<int, 2> ends = {};
+    ASSERT_EQ(::pipe(ends.data()), 0);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::usleep(150000); // what holds it up before it asks does not count
+        const auto start = Process::current().startTime();
+        ::_exit(start && ::write(ends[1], &*start, sizeof *start) == sizeof *start ? 0 : 1);
+    }
+    timespec after = {};
+    ::clock_gettime(CLOCK_REALTIME, &after);
+    timespec start = {};
+    ASSERT_EQ(::read(ends[0], &start, sizeof start), static_cast<ssize_t>(sizeof start));
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    ::close(ends[0]);
+    ::close(ends[1]);
+    EXPECT_LE(seconds(start), seconds(after));
+    EXPECT_GT(seconds(start), seconds(before) - 0.02) << "rounded down to a clock tick";
 }
 
 } // namespace

@@ -1,11 +1,13 @@
 #include "Platform/Executable.h"
 
 #include <array>
+#include <cerrno>
 #include <crt_externs.h>
 #include <cstdint>
-#include <cstdio>
+#include <fcntl.h>
 #include <libproc.h>
 #include <sys/proc_info.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace orvane {
@@ -25,24 +27,29 @@ class DarwinExecutable final : public Executable {
         return std::string(path.data(), static_cast<std::size_t>(length));
     }
 
-    std::optional<std::string> executableReference() override {
-        // Which file is mapped where this program's header lies; the volume file system then names it by
-        // number.
+    int openExecutable() override {
+        const auto path = executablePath();
+        // Which file is mapped where this program's header lies.
         proc_regionwithpathinfo region = {};
         const auto header = reinterpret_cast<std::uintptr_t>(::_NSGetMachExecuteHeader());
         const int size =
             ::proc_pidinfo(::getpid(), PROC_PIDREGIONPATHINFO, header, &region, static_cast<int>(sizeof region));
-        if (size != static_cast<int>(sizeof region)) {
-            return std::nullopt;
+        if (!path || size != static_cast<int>(sizeof region)) {
+            errno = ENOENT;
+            return -1;
         }
-        const vinfo_stat& file = region.prp_vip.vip_vi.vi_stat;
-        std::array<char, 64> reference;
-        std::snprintf(reference.data(), reference.size(), "/.vol/%lu/%llu", static_cast<unsigned long>(file.vst_dev),
-                      static_cast<unsigned long long>(file.vst_ino));
-        if (::access(reference.data(), F_OK) != 0) {
-            return std::nullopt;
+        // Somebody else's fifo in its place must not make this wait.
+        const int file = ::open(path->c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+        const vinfo_stat& executed = region.prp_vip.vip_vi.vi_stat;
+        struct stat opened = {};
+        if (file != -1 &&
+            (::fstat(file, &opened) != 0 || static_cast<std::uint32_t>(opened.st_dev) != executed.vst_dev ||
+             static_cast<std::uint64_t>(opened.st_ino) != executed.vst_ino)) {
+            ::close(file);
+            errno = ESTALE;
+            return -1;
         }
-        return std::string(reference.data());
+        return file;
     }
 };
 

@@ -3,6 +3,7 @@
 #include <array>
 #include <climits>
 #include <cstdlib>
+#include <fcntl.h>
 #include <sys/auxv.h>
 #include <unistd.h>
 
@@ -32,9 +33,9 @@ class LinuxExecutable final : public Executable {
         return std::nullopt;
     }
 
-    std::optional<std::string> executableReference() override {
+    int openExecutable() override {
         // The link is the file itself, not its name: it follows a rename and cannot be redirected.
-        return ::access(kSelf, F_OK) == 0 ? std::optional<std::string>(kSelf) : std::nullopt;
+        return ::open(kSelf, O_RDONLY | O_CLOEXEC);
     }
 };
 

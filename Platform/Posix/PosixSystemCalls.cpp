@@ -30,6 +30,10 @@ int PosixSystemCalls::seteuid(uid_t userID) {
     return ::seteuid(userID);
 }
 
+int PosixSystemCalls::setreuid(uid_t realUserID, uid_t effectiveUserID) {
+    return ::setreuid(realUserID, effectiveUserID);
+}
+
 int PosixSystemCalls::chown(const char* path, uid_t owner, gid_t group) {
     return ::chown(path, owner, group);
 }
@@ -44,6 +48,18 @@ int PosixSystemCalls::stat(const char* path, struct stat* status) {
 
 int PosixSystemCalls::lstat(const char* path, struct stat* status) {
     return ::lstat(path, status);
+}
+
+int PosixSystemCalls::fchown(int descriptor, uid_t owner, gid_t group) {
+    return ::fchown(descriptor, owner, group);
+}
+
+int PosixSystemCalls::fchmod(int descriptor, mode_t mode) {
+    return ::fchmod(descriptor, mode);
+}
+
+int PosixSystemCalls::fstat(int descriptor, struct stat* status) {
+    return ::fstat(descriptor, status);
 }
 
 int PosixSystemCalls::pipe(int* ends) {

@@ -11,10 +11,14 @@ class PosixSystemCalls : public SystemCalls {
     uid_t geteuid() override;
     int setuid(uid_t userID) override;
     int seteuid(uid_t userID) override;
+    int setreuid(uid_t realUserID, uid_t effectiveUserID) override;
     int chown(const char* path, uid_t owner, gid_t group) override;
     int chmod(const char* path, mode_t mode) override;
     int stat(const char* path, struct stat* status) override;
     int lstat(const char* path, struct stat* status) override;
+    int fchown(int descriptor, uid_t owner, gid_t group) override;
+    int fchmod(int descriptor, mode_t mode) override;
+    int fstat(int descriptor, struct stat* status) override;
     int pipe(int* ends) override;
     int fcntl(int descriptor, int command, int argument) override;
     int poll(pollfd* descriptors, nfds_t count, int milliseconds) override;

@@ -3,6 +3,7 @@
 #include "Platform/Posix/PosixSystemCalls.h"
 
 #include <cerrno>
+#include <csignal>
 #include <map>
 #include <string>
 #include <vector>
@@ -19,6 +20,8 @@ class FakeSystemCalls final : public PosixSystemCalls {
     uid_t realUser = 501;
     uid_t effectiveUser = 0;
     struct stat fileStatus = {};
+    sigset_t blockedSignals = {};
+    sigset_t blockedAtChange = {}; ///< when a file's mode was last changed
     pid_t group = 0;
     int killpgResult = 0;
     int systemResult = 0;
@@ -30,6 +33,29 @@ class FakeSystemCalls final : public PosixSystemCalls {
     uid_t geteuid() override { return effectiveUser; }
     int setuid(uid_t userID) override { return changeUser("setuid", userID); }
     int seteuid(uid_t userID) override { return changeUser("seteuid", userID); }
+    int setreuid(uid_t realUserID, uid_t effectiveUserID) override {
+        const int result = record("setreuid", std::to_string(realUserID) + "," + std::to_string(effectiveUserID));
+        if (result == 0) {
+            realUser = realUserID;
+            effectiveUser = effectiveUserID;
+        }
+        return result;
+    }
+    int sigprocmask(int how, const sigset_t* signals, sigset_t* previous) override {
+        if (previous != nullptr) {
+            *previous = blockedSignals;
+        }
+        if (how == SIG_SETMASK) {
+            blockedSignals = *signals;
+        } else {
+            for (int number = 1; number < NSIG; ++number) {
+                if (sigismember(signals, number) == 1) {
+                    how == SIG_BLOCK ? sigaddset(&blockedSignals, number) : sigdelset(&blockedSignals, number);
+                }
+            }
+        }
+        return record("sigprocmask", std::to_string(how));
+    }
     int chown(const char* path, uid_t owner, gid_t groupID) override {
         return record("chown", std::string(path) + "," + std::to_string(static_cast<int>(owner)) + "," +
                                    std::to_string(static_cast<int>(groupID)));
@@ -43,6 +69,19 @@ class FakeSystemCalls final : public PosixSystemCalls {
         *status = fileStatus;
         return record("lstat", path);
     }
+    int fstat(int descriptor, struct stat* status) override {
+        *status = fileStatus;
+        return record("fstat", std::to_string(descriptor));
+    }
+    int fchown(int descriptor, uid_t owner, gid_t groupID) override {
+        return record("fchown", std::to_string(descriptor) + "," + std::to_string(static_cast<int>(owner)) + "," +
+                                    std::to_string(static_cast<int>(groupID)));
+    }
+    int fchmod(int descriptor, mode_t mode) override {
+        blockedAtChange = blockedSignals;
+        return record("fchmod", std::to_string(descriptor) + "," + octal(mode));
+    }
+    int close(int descriptor) override { return record("close", std::to_string(descriptor)); }
     pid_t getpgid(pid_t processID) override { return record("getpgid", std::to_string(processID)) == 0 ? group : -1; }
     int killpg(pid_t processGroup, int signal) override {
         const int result = record("killpg", std::to_string(processGroup) + "," + std::to_string(signal));

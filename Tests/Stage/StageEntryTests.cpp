@@ -2,6 +2,7 @@
 
 #include "Tests/Stage/StageTest.h"
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
@@ -305,6 +306,204 @@ TEST(StageRepairTest, AFileSwappedIntoTheExecutablesPlaceIsNotMadeSetuidRoot) {
     EXPECT_EQ(status(mine).st_uid, kAnn);
     EXPECT_EQ(modeOf(mine), 0755U);
     EXPECT_EQ(modeOf(kTool), 04555U);
+}
+
+/// The tool, started by ann and held up in the middle by a standard error that nobody reads.
+class Parked {
+  public:
+    explicit Parked(const char* mode) {
+        EXPECT_EQ(::pipe2(ends_.data(), O_CLOEXEC), 0);
+        ::fcntl(ends_[1], F_SETFL, O_NONBLOCK);
+        const std::string filling(4096, 'x');
+        while (::write(ends_[1], filling.data(), filling.size()) > 0) {
+        }
+        ::fcntl(ends_[1], F_SETFL, 0);
+        Start start;
+        start.words = {mode};
+        start.beforeExec = [this] { ::dup2(ends_[1], STDERR_FILENO); };
+        pid_ = launch(start);
+        ::close(ends_[1]);
+        const std::string process = "/proc/" + std::to_string(pid_);
+        int waiting = 0;
+        for (int tries = 0; tries < 1000 && waiting < 5; ++tries) {
+            ::usleep(10000);
+            const bool isTool = read(process + "/comm") == "OrvaneTool\n";
+            waiting = isTool && read(process + "/wchan").find("pipe_w") != std::string::npos ? waiting + 1 : 0;
+        }
+        EXPECT_EQ(waiting, 5) << "it does not stand at the pipe: " << read(process + "/wchan");
+    }
+
+    Parked(const Parked&) = delete;
+    Parked& operator=(const Parked&) = delete;
+    ~Parked() { ::close(ends_[0]); }
+
+    /// Lets it go; what it then wrote is in `errors`.
+    int release() {
+        std::array<char, 4096> buffer = {};
+        ssize_t length = 0;
+        while ((length = ::read(ends_[0], buffer.data(), buffer.size())) > 0) {
+            errors.append(buffer.data(), static_cast<std::size_t>(length));
+        }
+        int waitStatus = 0;
+        ::waitpid(pid_, &waitStatus, 0);
+        return WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : -1;
+    }
+
+    std::string errors;
+
+  private:
+    std::array<int, 2> ends_ = {-1, -1};
+    pid_t pid_ = -1;
+};
+
+class StageParkedTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ORVANE_NEEDS("suid");
+        ORVANE_NEEDS("proc"); // where the kernel tells which file is executed, and since when
+    }
+
+    static void expectRefused(Parked& parked) {
+        EXPECT_EQ(parked.release(), EAGAIN);
+        EXPECT_NE(parked.errors.find("] OrvaneTool: the file has just been changed"), std::string::npos)
+            << parked.errors.substr(parked.errors.find_first_not_of('x'));
+    }
+};
+
+TEST_F(StageParkedTest, ARepairThatNobodyHeldUpForAReasonIsDone) {
+    Parked parked("repairPriviliges");
+    EXPECT_EQ(parked.release(), 0);
+    EXPECT_EQ(modeOf(kTool), 04555U);
+}
+
+TEST_F(StageParkedTest, ABitThatAnAdministratorTookAwayMeanwhileStaysAway) {
+    Parked parked("repairPriviliges");
+    ASSERT_EQ(::chmod(kTool, 0755), 0);
+    expectRefused(parked);
+    EXPECT_EQ(modeOf(kTool), 0755U);
+    EXPECT_EQ(status(kTool).st_uid, kRoot);
+}
+
+TEST_F(StageParkedTest, AGroupAloneMeanwhileStaysAlone) {
+    Parked parked("repairPriviliges");
+    ASSERT_EQ(::chmod(kTool, 04550), 0);
+    expectRefused(parked);
+    EXPECT_EQ(modeOf(kTool), 04550U);
+}
+
+TEST_F(StageParkedTest, WhatRootSurrenderedMeanwhileStaysSurrendered) {
+    Parked parked("repairPriviliges");
+    EXPECT_EQ(runTool(kRoot, {"surrenderPriviliges"}).exitCode(), 0);
+    expectRefused(parked);
+    EXPECT_EQ(modeOf(kTool), 0500U);
+    EXPECT_EQ(status(kTool).st_uid, kRoot);
+}
+
+TEST_F(StageParkedTest, TheBitComesOnNothingThatTheCallerSurrenderedToHimselfMeanwhile) {
+    Parked parked("repairPriviliges");
+    EXPECT_EQ(runTool(kAnn, {"surrenderPriviliges"}).exitCode(), 0);
+    EXPECT_EQ(status(kTool).st_uid, kAnn);
+    expectRefused(parked);
+    EXPECT_EQ(modeOf(kTool), 0500U);
+    EXPECT_EQ(status(kTool).st_uid, kAnn);
+}
+
+TEST_F(StageParkedTest, ASurrenderHandsNothingOverThatRootTookBackMeanwhile) {
+    Parked parked("surrenderPriviliges");
+    ASSERT_EQ(::chmod(kTool, 0755), 0);
+    expectRefused(parked);
+    EXPECT_EQ(modeOf(kTool), 0755U);
+    EXPECT_EQ(status(kTool).st_uid, kRoot);
+}
+
+/// ann is of the group.
+void letTheGroupAlone() {
+    ASSERT_EQ(::chown(kTool, kRoot, kStaff), 0);
+    ASSERT_EQ(::chmod(kTool, 04550), 0);
+}
+
+TEST_F(StageParkedTest, AProcessStoppedBeforeItRanAnythingIsNoYoungerForIt) {
+    Start start;
+    start.words = {"repairPriviliges"};
+    start.beforeExec = [] { ::raise(SIGSTOP); };
+    const pid_t pid = launch(start);
+    int waitStatus = 0;
+    ASSERT_EQ(::waitpid(pid, &waitStatus, WUNTRACED), pid);
+    ASSERT_TRUE(WIFSTOPPED(waitStatus));
+    letTheGroupAlone();
+    ::kill(pid, SIGCONT);
+    ASSERT_EQ(::waitpid(pid, &waitStatus, 0), pid);
+    EXPECT_EQ(WEXITSTATUS(waitStatus), EAGAIN);
+    EXPECT_EQ(modeOf(kTool), 04550U);
+}
+
+/// As ann, who may or may not.
+bool stops(pid_t pid) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(::setuid(kAnn) == 0 && ::kill(pid, SIGSTOP) == 0 ? 0 : 1);
+    }
+    int waitStatus = 0;
+    ::waitpid(child, &waitStatus, 0);
+    return WIFEXITED(waitStatus) && WEXITSTATUS(waitStatus) == 0;
+}
+
+TEST_F(StageParkedTest, StoppedAtAnyMomentItUndoesNothing) {
+    int stopped = 0;
+    for (int round = 0; round < 150; ++round) {
+        ASSERT_EQ(::chmod(kTool, 04555), 0);
+        Start start;
+        start.words = {"repairPriviliges"};
+        const pid_t pid = launch(start);
+        ::usleep(static_cast<useconds_t>(round * 20));
+        const bool isStopped = stops(pid);
+        if (isStopped) {
+            ASSERT_EQ(::chmod(kTool, 0755), 0);
+            ++stopped;
+        }
+        ::kill(pid, SIGCONT);
+        int waitStatus = 0;
+        ASSERT_EQ(::waitpid(pid, &waitStatus, 0), pid);
+        if (isStopped) {
+            EXPECT_EQ(modeOf(kTool), 0755U) << round;
+        }
+    }
+    EXPECT_GT(stopped, 20) << "else nothing was tried";
+}
+
+TEST_F(StageParkedTest, AnOlderGroupAloneIsUndoneByAMemberWhichIsWhyItIsNoRemedy) {
+    letTheGroupAlone();
+    ::usleep(50000);
+    EXPECT_EQ(runTool(kAnn, {"repairPriviliges"}).exitCode(), 0);
+    EXPECT_EQ(modeOf(kTool), 04555U);
+}
+
+/// As an application starts the tool with an administrator's authorization: root in effect, its user in truth.
+Result runAuthorized(const char* mode) {
+    Start start;
+    start.user = kRoot;
+    start.words = {mode};
+    start.beforeExec = [] {
+        if (::setresuid(kAnn, kRoot, kRoot) != 0) {
+            ::_exit(125);
+        }
+    };
+    return run(start);
+}
+
+TEST_F(StageParkedTest, AnAuthorizedFirstInstallOfAFileOfTheUsersIsDone) {
+    ASSERT_EQ(::chown(kTool, kAnn, kStaff), 0);
+    ASSERT_EQ(::chmod(kTool, 0700), 0);
+    ::usleep(50000);
+    const Result result = runAuthorized("repairPriviliges");
+    EXPECT_EQ(result.exitCode(), 0) << result.errors;
+    EXPECT_EQ(lines(result.errors).size(), 1U) << result.errors;
+    EXPECT_EQ(status(kTool).st_uid, kRoot);
+    EXPECT_EQ(status(kTool).st_gid, kStaff);
+    EXPECT_EQ(modeOf(kTool), 04555U);
+    EXPECT_EQ(runAuthorized("surrenderPriviliges").exitCode(), 0);
+    EXPECT_EQ(status(kTool).st_uid, kAnn);
+    EXPECT_EQ(modeOf(kTool), 0500U);
 }
 
 /// A process that leads a group of its own, root's, and waits.

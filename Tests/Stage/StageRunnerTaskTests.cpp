@@ -377,6 +377,45 @@ TEST(StageRunnerHardeningTest, ThePieceOfANameBehindANewlineNamesNothing) {
     }
 }
 
+TEST(StageRunnerHardeningTest, RootsOwnRunKeepsWhatLiesInTheFolderWhereItIsStarted) {
+    makeFolder("/var/root/work");
+    Start start;
+    start.user = kRoot;
+    start.beforeExec = [] { EXPECT_EQ(::chdir("/var/root/work"), 0); };
+    for (const char* task : {"feat", "cauc", "secureEmptyTrash", "rpf"}) {
+        write("/Users/ann/.Trash/x\nline", "x", kAnn);
+        write("/Users/ann/Library/Caches/x\nline", "x", kAnn);
+        makeFolder("/Users/ann/Library/Preferences", kAnn);
+        write("/Users/ann/Library/Preferences/damaged line more.plist", "damaged", kAnn);
+        write("/var/root/work/line", "x");
+        write("/var/root/work/more.plist", "x");
+        start.words = {task};
+        run(start);
+        EXPECT_TRUE(exists("/var/root/work/line")) << task;
+        EXPECT_TRUE(exists("/var/root/work/more.plist")) << task;
+    }
+}
+
+TEST(StageRunnerHardeningTest, WithoutAnEmptyFolderOfRootsNothingIsDeletedByNames) {
+    ASSERT_EQ(::chmod("/var/empty", 0777), 0);
+    fillTrash();
+    write("/Users/ann/Library/Caches/kept", "x", kAnn);
+    write("/Library/Preferences/damaged.plist", "damaged");
+    for (const char* task : {"feat", "cauc", "secureEmptyTrash", "rpf"}) {
+        const Result result = runTool(kRoot, {task});
+        EXPECT_EQ(result.exitCode(), 1) << task;
+        EXPECT_EQ(result.output, "") << task;
+        EXPECT_NE(result.errors.find(std::string("] Command-line tool: ") + task +
+                                     ": there is no empty folder of root's to work in, nothing was run\n"),
+                  std::string::npos)
+            << result.errors;
+    }
+    EXPECT_TRUE(exists("/Users/ann/.Trash/a folder/letter"));
+    EXPECT_TRUE(exists("/Users/ann/Library/Caches/kept"));
+    EXPECT_TRUE(exists("/Library/Preferences/damaged.plist"));
+    EXPECT_EQ(runTool(kRoot, {"repairPermissions"}).exitCode(), 0) << "which deletes nothing by names";
+}
+
 TEST(StageRunnerHardeningTest, WithoutTheBitARunnerTaskFailsBeforeAnyOutput) {
     ORVANE_NEEDS("users");
     fillTrash();
