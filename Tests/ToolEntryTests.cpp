@@ -4,6 +4,7 @@
 #include "Platform/Process.h"
 
 #include <array>
+#include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -11,6 +12,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 namespace orvane {
 namespace {
@@ -38,6 +40,52 @@ TEST(ToolEntryDeathTest, AFirstWordThatIsNoTextEndsTheProcessWithAMessage) {
                                               nullptr};
     EXPECT_EXIT(toolMain(2, words.data(), ::getuid()), ::testing::ExitedWithCode(1),
                 "Command-line tool: word 1 of the command line is not valid UTF-8, nothing was run");
+}
+
+/// Ends the process with the tool's status for these words.
+[[noreturn]] void runMain(const std::vector<const char*>& words, uid_t realUserID) {
+    std::vector<const char*> vector = {"OrvaneTool"};
+    vector.insert(vector.end(), words.begin(), words.end());
+    vector.push_back(nullptr);
+    std::_Exit(toolMain(static_cast<int>(vector.size() - 1), vector.data(), realUserID));
+}
+
+TEST(ToolEntryDeathTest, AModeWordIsTheWholeWord) {
+    const bool isRoot = ::geteuid() == 0;
+    for (const char* word : {"repairPriviligesNow", "repairPrivilige", "RepairPriviliges", " repairPriviliges",
+                             "surrenderPriviligesNow", "surrenderPrivilige", "surrenderpriviliges"}) {
+        // A task that there is not, for root; what nobody else gets as far as.
+        EXPECT_EXIT(runMain({word}, ::getuid()), ::testing::ExitedWithCode(isRoot ? 255 : 1),
+                    isRoot ? "^$" : "setuid failed")
+            << word;
+    }
+}
+
+TEST(ToolEntryDeathTest, ThatItCannotBecomeRootIsToldWithTheRealUserFirst) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can have two other user ids";
+    }
+    const auto asOthers = [] {
+        if (::setresuid(501, 502, 502) == 0) {
+            runMain({"csc"}, 501);
+        }
+        std::_Exit(99);
+    };
+    EXPECT_EXIT(asOthers(), ::testing::ExitedWithCode(1),
+                "Command-line tool: setuid failed \\(user id: 501, effective user id: 502\\)\n");
+}
+
+TEST(ToolEntryDeathTest, TheFirstArgumentAloneMustBeFitForAShell) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "nobody else gets as far";
+    }
+    // There is no such folder: what does run fills nothing.
+    const char* const folder = "/nowhere/at all";
+    const std::string message = "secureEraseFreeSpace: the argument holds a character that a root shell would act on";
+    EXPECT_EXIT(runMain({"secureEraseFreeSpace", "/nowhere/$(at)all", folder}, 501), ::testing::ExitedWithCode(1),
+                message);
+    EXPECT_EXIT(runMain({"secureEraseFreeSpace", folder, "$(further words are ignored)"}, 501),
+                ::testing::ExitedWithCode(0), "/nowhere/at all/secure-erase.temp");
 }
 
 TEST(ExecutableTest, KnowsTheRunningExecutableFromTheKernel) {

@@ -20,20 +20,29 @@ namespace orvane::stage {
 namespace {
 
 const Strings kNames = {
+    "repairPermissions",
     "crondailyleo",
     "cronweeklyleo",
     "cronmonthlyleo",
     "cronallleo",
     "csc",
+    "cauc",
     "vpf",
-    "flushDNS",
+    "rpf",
+    "repairVolume",
+    "ejectVolume",
     "rebuildSpotlightIndex",
     "cleanArchivedLogs",
     "cleanAllLogs",
+    "flushDNS",
     "whatisDatabase",
     "locateDatabase",
     "removeTemporary",
     "cleanFontCaches",
+    "secureEraseFreeSpace",
+    "killProcess",
+    "feat",
+    "secureEmptyTrash",
 };
 
 std::string ids(uid_t effective, uid_t real) {
@@ -90,7 +99,8 @@ TEST(StageEntryTest, AnEmptyArgumentVectorDoesNoHarm) {
 TEST(StageEntryTest, AnUnknownTaskRunsPrintsAndLogsNothing) {
     ORVANE_NEEDS("suid");
     recordShell();
-    for (const char* name : {"nothing", "flushdns", "", " csc", "RepairPriviliges"}) {
+    for (const char* name : {"nothing", "flushdns", "", " csc", "RepairPriviliges", "repairPriviligesNow",
+                             "repairPrivilige", "surrenderPriviligesNow", "surrenderPrivilige"}) {
         for (const uid_t user : {kRoot, kAnn}) {
             const Result result = runTool(user, {name});
             EXPECT_EQ(result.exitCode(), 255) << name;
@@ -104,8 +114,9 @@ TEST(StageEntryTest, WithoutTheBitEveryTaskOfAnOrdinaryUserFailsBeforeAnyOutput)
     ORVANE_NEEDS("users");
     removeBit();
     recordShell();
+    ASSERT_EQ(kNames.size(), 23U);
     for (const std::string& name : kNames) {
-        const Result result = runTool(kAnn, {name});
+        const Result result = runTool(kAnn, {name, "/Volumes/Data"});
         EXPECT_EQ(result.exitCode(), 1) << name;
         EXPECT_EQ(result.output, "") << name;
         EXPECT_TRUE(
