@@ -12,7 +12,9 @@ namespace {
 /// A child that leads a process group of its own and waits for the end.
 class Child {
   public:
-    Child() : pid_(::fork()) {
+    Child() {
+        std::signal(SIGINT, SIG_DFL); // a shell ignores it for what it starts in the background
+        pid_ = ::fork();
         if (pid_ == 0) {
             for (;;) {
                 ::pause();
@@ -41,7 +43,7 @@ class Child {
     }
 
   private:
-    pid_t pid_;
+    pid_t pid_ = -1;
 };
 
 TEST(KillpgTest, SignalsTheGroupItIsGiven) {
