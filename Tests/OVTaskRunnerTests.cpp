@@ -462,6 +462,15 @@ TEST_F(VolumeTasks, ListsBrowsableVolumesInOrder) {
     EXPECT_TRUE(log.messages.empty());
 }
 
+TEST_F(VolumeTasks, MountFlagsHaveThePlatformsValues) {
+    // As numbers: the platform's own lists come with these.
+    volumes.mounted = {volume("/local", 1, 0x00001000), volume("/start-up", 1, 0x00004000),
+                       volume("/hidden", 1, 0x00100000), volume("/every other", 1, ~0x00105000U)};
+    EXPECT_EQ(runner.mountedBrowsableVolumes(),
+              (std::vector<OVVolumeDictionary>{{"/local", 1, true, 4096000, 40960},
+                                               {"/every other", 1, false, 4096000, 40960}}));
+}
+
 TEST_F(VolumeTasks, DictionariesHoldFiveKeysAndNoOther) {
     const OVVolumeDictionary volume("/b", 501, true, 4096000, 40960);
     EXPECT_EQ(volume.objectForKey("OVVolumePath"), OVVolumeDictionary::Value(std::string("/b")));
@@ -470,8 +479,11 @@ TEST_F(VolumeTasks, DictionariesHoldFiveKeysAndNoOther) {
     EXPECT_EQ(volume.objectForKey("OVVolumeTotalSpace"), OVVolumeDictionary::Value(std::uint64_t{4096000}));
     EXPECT_EQ(volume.objectForKey("OVVolumeFreeSpace"), OVVolumeDictionary::Value(std::uint64_t{40960}));
     EXPECT_EQ(volume.objectForKey("OVVolume"), std::nullopt);
-    for (const char* const key : OVVolumeDictionary::allKeys()) {
-        EXPECT_TRUE(volume.objectForKey(key)) << key;
+    const auto keys = OVVolumeDictionary::allKeys();
+    EXPECT_EQ(Lines(keys.begin(), keys.end()),
+              (Lines{"OVVolumeFreeSpace", "OVVolumeIsLocal", "OVVolumeOwner", "OVVolumePath", "OVVolumeTotalSpace"}));
+    for (const char* const other : {"", "OVVolumePath ", "OVVolumeowner", "OVVolumeIsLoca", "OVVolumeTotalSpaces"}) {
+        EXPECT_EQ(volume.objectForKey(other), std::nullopt) << other;
     }
 }
 
@@ -573,8 +585,9 @@ TEST_F(Deletion, WithoutAnOwnerNothingIsChosen) {
 TEST_F(Deletion, EmptyChoiceIsNoCancel) {
     owner.input = Paths{};
     EXPECT_EQ(runner.promptForFiles(), Paths{});
+    EXPECT_EQ(runner.secureDeleteFiles(), 0);
     EXPECT_EQ(runner.forceDeleteFiles(), 0);
-    EXPECT_EQ(commands.runs.size(), 1U); // on an empty list
+    EXPECT_EQ(commands.lines(), (Lines{deletionLine(kSecure, 1), deletionLine(kForce, 2)})) << "on empty lists";
 }
 
 TEST_F(Deletion, FolderIsTheFirstOfTheAnswer) {
