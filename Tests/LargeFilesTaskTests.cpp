@@ -116,6 +116,14 @@ TEST_F(LargeFiles, ReplacesEachPlaceholderWhereverItOccurs) {
     EXPECT_EQ(written("/a"), "/a/a 50000005\n5000000 __SIZE__ __path__\n");
 }
 
+TEST_F(LargeFiles, ReplacesTheBytesThenTheMegabytesThenThePath) {
+    useTemplate("__SIZE_IN_BYTES__SIZE_IN_MEGABYTES__ __SIZE_IN_MEGABYTES__SIZE_IN_BYTES__ "
+                "__SIZE_IN_MEGABYTES__PATH__ __PATH__SIZE_IN_MEGABYTES__ __SIZE_IN_BYTES__PATH__");
+    EXPECT_EQ(written("/a"), "5000000SIZE_IN_MEGABYTES__ __SIZE_IN_MEGABYTES5000000 "
+                             "5PATH__ __PATH5 5000000PATH__")
+        << "those that share their underscores go to the first";
+}
+
 TEST_F(LargeFiles, APlaceholderInThePathStays) {
     const std::string path = "/a/__SIZE_IN_BYTES__/__SIZE_IN_MEGABYTES__/__PATH__";
     EXPECT_EQ(written(path), "b=5000000 m=5 p=" + path);

@@ -226,6 +226,13 @@ TEST_F(Settings, AScreenshotFormatIsWrittenBeforeTheRelaunch) {
     EXPECT_FALSE(runner.screenshotHasShadow()) << "its neighbour is kept";
 }
 
+TEST_F(Settings, AScreenshotFormatThatIsStoredAlreadyIsWrittenAgain) {
+    userDefaults.domains["com.apple.screencapture"]["type"] = Value(std::string("png"));
+    EXPECT_EQ(runner.setScreenshotFormat("PNG"), 0);
+    EXPECT_EQ(events, (Events{"fresh defaults", "read com.apple.screencapture", "write com.apple.screencapture",
+                              "synchronize", "run /usr/bin/killall"}));
+}
+
 TEST_F(Settings, AStoredScreenshotFormatIsReturnedAsItIs) {
     auto& value = userDefaults.domains["com.apple.screencapture"]["type"];
     for (const Value& kept : {Value(std::string("Png")), Value(std::string()), Value(std::int64_t{3}),
@@ -259,6 +266,26 @@ TEST_F(DefaultsAccess, ReplacesAKeyWhateverItsKindAndKeepsTheOthers) {
     EXPECT_EQ(userDefaults.domains["com.example.some"],
               (PropertyListDictionary{{"key", Value(PropertyListDictionary{{"deep", Value(false)}})},
                                       {"other", Value(2.5)}}));
+}
+
+TEST_F(DefaultsAccess, WritesAValueThatIsThereAlready) {
+    const PropertyListDictionary before = {{"key", Value(true)}, {"other", Value(2.5)}};
+    userDefaults.domains["com.example.some"] = before;
+    runner.setObject(Value(true), "key", "com.example.some");
+    EXPECT_EQ(userDefaults.domains["com.example.some"], before);
+    EXPECT_EQ(events, (Events{"fresh defaults", "read com.example.some", "write com.example.some", "synchronize"}));
+}
+
+TEST_F(DefaultsAccess, ElementsOfListsKeepTheirKinds) {
+    const Value one(std::int64_t{1});
+    const Value list(PropertyListArray{Value(true), one, Value(std::uint64_t{1}), Value(1.0), Value(std::string("1")),
+                                       Value(PropertyListData{1}), Value(PropertyListDate{1}),
+                                       Value(PropertyListArray{one}), Value(PropertyListDictionary{{"1", one}})});
+    runner.setObject(list, "list", "com.example.some");
+    EXPECT_EQ(runner.objectForKey("list", "com.example.some"), list);
+    // Were a number's kind lost, a yes would be a 1 to the program that reads it.
+    EXPECT_NE(list, Value(PropertyListArray(9, one)));
+    EXPECT_NE(Value(PropertyListArray{Value(true)}), Value(PropertyListArray{one}));
 }
 
 // Yes and no.
