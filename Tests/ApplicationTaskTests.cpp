@@ -1,8 +1,11 @@
+#include "Platform/Clock.h"
 #include "Tests/RecordedRunner.h"
 
+#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <limits>
+#include <sys/time.h>
 #include <sys/wait.h>
 
 namespace orvane {
@@ -196,7 +199,7 @@ TEST_F(ForceQuitApplication, EndsARealProcessAndFailsOnceItHasEnded) {
 
 TEST_F(RelaunchApplication, EndsItWaitsASecondAndLaunchesItsBundle) {
     EXPECT_EQ(runner.relaunchApplication(add("Some", "com.example.some")), 0);
-    EXPECT_EQ(events, (Events{"kill 4711 with 9", "sleep 1.0", "launch /Applications/Some.app"}));
+    EXPECT_EQ(events, (Events{"kill 4711 with 9", "sleep 1", "launch /Applications/Some.app"}));
 }
 
 TEST_F(RelaunchApplication, FailsWhenTheLaunchDoes) {
@@ -210,7 +213,7 @@ TEST_F(RelaunchApplication, LaunchesWhatCouldNotBeEnded) {
     EXPECT_EQ(runner.relaunchApplication(application), 0);
     application->processID = -1;
     EXPECT_EQ(runner.relaunchApplication(application), 0);
-    EXPECT_EQ(events, (Events{"kill 4711 with 9", "sleep 1.0", "launch /Applications/Some.app", "sleep 1.0",
+    EXPECT_EQ(events, (Events{"kill 4711 with 9", "sleep 1", "launch /Applications/Some.app", "sleep 1",
                               "launch /Applications/Some.app"}));
 }
 
@@ -218,10 +221,10 @@ TEST_F(RelaunchApplication, FailsWithoutABundleToLaunch) {
     const auto application = add("Bare", std::nullopt);
     application->path = std::nullopt;
     EXPECT_EQ(runner.relaunchApplication(application), 1);
-    EXPECT_EQ(events, (Events{"kill 4711 with 9", "sleep 1.0"}));
+    EXPECT_EQ(events, (Events{"kill 4711 with 9", "sleep 1"}));
     events.clear();
     EXPECT_EQ(runner.relaunchApplication(nullptr), 1);
-    EXPECT_EQ(events, (Events{"sleep 1.0"}));
+    EXPECT_EQ(events, (Events{"sleep 1"}));
 }
 
 TEST_F(Relaunches, TheFinderAndTheDockByScript) {
@@ -339,6 +342,46 @@ TEST_F(TurnOnScreensaver, LaunchesItWithTheDefaultOptions) {
     const std::string launch = "launch URL /System/Library/Frameworks/ScreenSaver.framework/Versions/A/Resources/"
                                "ScreenSaverEngine.app with options 196608";
     EXPECT_EQ(events, (Events{launch, launch}));
+}
+
+std::chrono::duration<double> timeOf(const std::function<void()>& action) {
+    const auto start = std::chrono::steady_clock::now();
+    action();
+    return std::chrono::steady_clock::now() - start;
+}
+
+TEST(PlatformClock, SleepsAsLongAsAsked) {
+    for (const double seconds : {0.05, 1.05}) {
+        EXPECT_GE(timeOf([&] { Clock::platform().sleep(seconds); }).count(), seconds);
+    }
+}
+
+volatile std::sig_atomic_t alarms = 0;
+
+void setAlarm(suseconds_t microseconds) {
+    const timeval often = {.tv_sec = 0, .tv_usec = microseconds};
+    const itimerval timer = {.it_interval = often, .it_value = often};
+    ::setitimer(ITIMER_REAL, &timer, nullptr);
+}
+
+TEST(PlatformClock, SleepsOnAfterASignal) {
+    struct sigaction counting = {};
+    struct sigaction before = {};
+    counting.sa_handler = [](int) {
+        alarms = alarms + 1;
+        if (alarms == 50) {
+            setAlarm(0);
+        }
+    };
+    ASSERT_EQ(::sigaction(SIGALRM, &counting, &before), 0);
+    setAlarm(100000);
+    const double seconds = 0.45;
+    const std::chrono::duration<double> slept = timeOf([&] { Clock::platform().sleep(seconds); });
+    setAlarm(0);
+    ::sigaction(SIGALRM, &before, nullptr);
+    EXPECT_GT(alarms, 0);
+    EXPECT_GE(slept.count(), seconds);
+    EXPECT_LT(slept.count(), 5) << "one that began anew after each signal would go on until they end";
 }
 
 constexpr const char* kTitle = "The task requires that you restart your computer.";

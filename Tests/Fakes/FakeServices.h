@@ -10,6 +10,8 @@
 #include "Platform/UserDefaults.h"
 #include "Platform/Workspace.h"
 
+#include <array>
+#include <cstdio>
 #include <deque>
 #include <functional>
 #include <map>
@@ -54,7 +56,11 @@ class FakeLocale final : public Locale {
 class FakeClock final : public Clock {
   public:
     explicit FakeClock(Events& events) : events_(events) {}
-    void sleep(double seconds) override { events_.push_back("sleep " + std::to_string(seconds).substr(0, 3)); }
+    void sleep(double seconds) override {
+        std::array<char, 32> text = {};
+        static_cast<void>(std::snprintf(text.data(), text.size(), "sleep %.17g", seconds)); // to the last bit
+        events_.emplace_back(text.data());
+    }
 
   private:
     Events& events_;
