@@ -132,6 +132,12 @@ TEST_F(BytesValueTransformerTest, TheQuotientIsInSinglePrecision) {
     EXPECT_STREQ(exactly.data(), "134.3 MB");
 }
 
+TEST_F(BytesValueTransformerTest, TheCountIsRoundedToSinglePrecisionOnce) {
+    // By way of double precision these would become the float below.
+    EXPECT_EQ(binary(113073058540945409ULL), "102839.4 TB");
+    EXPECT_EQ(decimal(3394766477453164545ULL), "3394766.5 TB");
+}
+
 /// The same steps, each forced into single precision, with printf at the end.
 std::string byTheSteps(std::uint64_t count, float kilo) {
     volatile float value = static_cast<float>(count);
@@ -299,6 +305,12 @@ TEST(NumberTest, FloatingNumbersAreCutTowardsZeroAndHeldInTheLimits) {
     EXPECT_EQ(OVNumber::numberWithDouble(-1).unsignedIntegerValue(), 0U);
     EXPECT_EQ(OVNumber::numberWithDouble(4294967296.0 + 7).unsignedIntegerValue(),
               static_cast<NSUInteger>(4294967303ULL));
+    EXPECT_EQ(OVNumber::numberWithDouble(18446744073709549568.0).unsignedIntegerValue(),
+              static_cast<NSUInteger>(18446744073709549568ULL))
+        << "the last below 2^64";
+    EXPECT_EQ(OVNumber::numberWithDouble(18446744073709551616.0).unsignedIntegerValue(),
+              std::numeric_limits<NSUInteger>::max())
+        << "exactly 2^64";
     EXPECT_EQ(OVNumber::numberWithDouble(1e30).unsignedIntegerValue(), std::numeric_limits<NSUInteger>::max());
     EXPECT_EQ(OVNumber::numberWithDouble(std::numeric_limits<double>::infinity()).unsignedIntegerValue(),
               std::numeric_limits<NSUInteger>::max());
@@ -308,6 +320,8 @@ TEST(NumberTest, FloatingNumbersAreCutTowardsZeroAndHeldInTheLimits) {
 TEST(NumberTest, TheFloatValueKeepsTheSign) {
     EXPECT_EQ(OVNumber::numberWithLongLong(-2).floatValue(), -2.0F);
     EXPECT_EQ(number(16777217).floatValue(), 16777216.0F);
+    EXPECT_EQ(number(113073058540945409ULL).floatValue(), 113073062835912704.0F) << "rounded once";
+    EXPECT_EQ(number(3394766477453164545ULL).floatValue(), 3394766614892118016.0F);
     EXPECT_EQ(number(std::numeric_limits<std::uint64_t>::max()).floatValue(), 18446744073709551616.0F);
     EXPECT_EQ(OVNumber::numberWithDouble(0.1).floatValue(), 0.1F);
 }
