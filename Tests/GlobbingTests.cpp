@@ -85,6 +85,14 @@ TEST(Globbing, StarStaysWithinOneComponent) {
     EXPECT_EQ(arrayWithFilesMatchingPattern("*/*/", folder.path), (Paths{folder.at("one/file"), folder.at("one/two")}));
 }
 
+TEST(Globbing, AFolderThatCannotBeReadHidesNoOtherMatches) {
+    const test::Folder folder;
+    ASSERT_EQ(::symlink("a", folder.at("a").c_str()), 0); // not even root can open one that leads to itself
+    folder.makeFolder("b");
+    folder.makeFile("b/file");
+    EXPECT_EQ(arrayWithFilesMatchingPattern("*/*", folder.path), (Paths{folder.at("b/file")}));
+}
+
 TEST(PathsByExpandingGlobs, ReadsPatternsAsAbsolutePathsInTheirOrder) {
     const test::Folder folder;
     folder.makeFile("a");

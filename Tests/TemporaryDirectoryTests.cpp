@@ -37,9 +37,12 @@ TEST(CreateTemporaryDirectory, PermissionsFollowTheUmask) {
     test::FakeProcessInfo info(folder.path);
     const mode_t before = ::umask(027);
     const auto made = createTemporaryDirectory(calls, info);
+    ::umask(0);
+    const auto open = createTemporaryDirectory(calls, info);
     ::umask(before);
-    ASSERT_TRUE(made);
+    ASSERT_TRUE(made && open);
     EXPECT_EQ(test::permissionsOf(*made), 0750U);
+    EXPECT_EQ(test::permissionsOf(*open), 0777U) << "the umask alone takes rights away";
 }
 
 TEST(CreateTemporaryDirectory, NeverTakesWhatIsThereAlready) {
