@@ -133,9 +133,17 @@ TEST_F(BytesValueTransformerTest, TheQuotientIsInSinglePrecision) {
 }
 
 TEST_F(BytesValueTransformerTest, TheCountIsRoundedToSinglePrecisionOnce) {
-    // By way of double precision these would become the float below.
-    EXPECT_EQ(binary(113073058540945409ULL), "102839.4 TB");
-    EXPECT_EQ(decimal(3394766477453164545ULL), "3394766.5 TB");
+    // By way of double precision these would become the floats below. Their low 32 bits are those of 1.
+    transformer_.setMode(1);
+    EXPECT_EQ(transformer_.transformedValue(OtherNumber{5000, number(113073058540945409ULL).floatValue()}),
+              "102839.4 TB");
+    transformer_.setMode(2);
+    EXPECT_EQ(transformer_.transformedValue(OtherNumber{5000, number(3394766477453164545ULL).floatValue()}),
+              "3394766.5 TB");
+    if constexpr (kHas64Bits) {
+        EXPECT_EQ(binary(113073058540945409ULL), "102839.4 TB");
+        EXPECT_EQ(decimal(3394766477453164545ULL), "3394766.5 TB");
+    }
 }
 
 /// The same steps, each forced into single precision, with printf at the end.
