@@ -4,7 +4,6 @@
 #include "Platform/Process.h"
 
 #include <array>
-#include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -12,7 +11,6 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <vector>
 
 namespace orvane {
 namespace {
@@ -43,11 +41,9 @@ TEST(ToolEntryDeathTest, AFirstWordThatIsNoTextEndsTheProcessWithAMessage) {
 }
 
 /// Ends the process with the tool's status for these words.
-[[noreturn]] void runMain(const std::vector<const char*>& words, uid_t realUserID) {
-    std::vector<const char*> vector = {"OrvaneTool"};
-    vector.insert(vector.end(), words.begin(), words.end());
-    vector.push_back(nullptr);
-    std::_Exit(toolMain(static_cast<int>(vector.size() - 1), vector.data(), realUserID));
+template <typename... Words> [[noreturn]] void runMain(uid_t realUserID, Words... words) {
+    const std::array<const char*, sizeof...(words) + 2> vector = {"OrvaneTool", words..., nullptr};
+    ::_exit(toolMain(static_cast<int>(vector.size()) - 1, vector.data(), realUserID));
 }
 
 TEST(ToolEntryDeathTest, AModeWordIsTheWholeWord) {
@@ -55,7 +51,7 @@ TEST(ToolEntryDeathTest, AModeWordIsTheWholeWord) {
     for (const char* word : {"repairPriviligesNow", "repairPrivilige", "RepairPriviliges", " repairPriviliges",
                              "surrenderPriviligesNow", "surrenderPrivilige", "surrenderpriviliges"}) {
         // A task that there is not, for root; what nobody else gets as far as.
-        EXPECT_EXIT(runMain({word}, ::getuid()), ::testing::ExitedWithCode(isRoot ? 255 : 1),
+        EXPECT_EXIT(runMain(::getuid(), word), ::testing::ExitedWithCode(isRoot ? 255 : 1),
                     isRoot ? "^$" : "setuid failed")
             << word;
     }
@@ -67,9 +63,9 @@ TEST(ToolEntryDeathTest, ThatItCannotBecomeRootIsToldWithTheRealUserFirst) {
     }
     const auto asOthers = [] {
         if (::setresuid(501, 502, 502) == 0) {
-            runMain({"csc"}, 501);
+            runMain(501, "csc");
         }
-        std::_Exit(99);
+        ::_exit(99);
     };
     EXPECT_EXIT(asOthers(), ::testing::ExitedWithCode(1),
                 "Command-line tool: setuid failed \\(user id: 501, effective user id: 502\\)\n");
@@ -82,9 +78,9 @@ TEST(ToolEntryDeathTest, TheFirstArgumentAloneMustBeFitForAShell) {
     // There is no such folder: what does run fills nothing.
     const char* const folder = "/nowhere/at all";
     const std::string message = "secureEraseFreeSpace: the argument holds a character that a root shell would act on";
-    EXPECT_EXIT(runMain({"secureEraseFreeSpace", "/nowhere/$(at)all", folder}, 501), ::testing::ExitedWithCode(1),
+    EXPECT_EXIT(runMain(501, "secureEraseFreeSpace", "/nowhere/$(at)all", folder), ::testing::ExitedWithCode(1),
                 message);
-    EXPECT_EXIT(runMain({"secureEraseFreeSpace", folder, "$(further words are ignored)"}, 501),
+    EXPECT_EXIT(runMain(501, "secureEraseFreeSpace", folder, "$(further words are ignored)"),
                 ::testing::ExitedWithCode(0), "/nowhere/at all/secure-erase.temp");
 }
 
