@@ -4,41 +4,36 @@
 
 #include <sys/types.h>
 
+// The two ways to a child process. Either keeps the caller's signal handlers from running in the child: caught signals
+// are back at their default action there, as they would be after the exec, and ignored ones stay ignored. The calling
+// thread's signal mask is its own again afterwards, and with a child started, its `errno`, too.
+
 namespace orvane {
 
-/// What a child does between its start and the program it executes. The function never returns to its caller:
-/// it executes a program or ends the process. It may share the parent's memory and run while other threads of
-/// the parent hold any lock, so it calls nothing but async-signal-safe functions and writes to nothing but
-/// its own variables.
+/// What a forked child does before the program that it executes. The function never returns to its caller: it executes
+/// a program or ends the process. Other threads of the parent may have held any lock at the fork, so it calls nothing
+/// but async-signal-safe functions. It begins with every signal blocked.
 using ChildSteps = void (*)(void* context);
 
-/// Starts child processes.
-///
-/// Every start keeps the parent's signal handlers from running in the child: it begins with every signal
-/// blocked and all caught signals back at their default action, as they would be after the exec. Ignored
-/// signals stay ignored. The calling thread's signal mask and `errno` are its own again afterwards.
-class ChildProcess {
-  public:
-    /// The cheapest start that the system has, whose cost does not grow with the parent's memory where that
-    /// can be. Lives for ever; may be used from any thread.
-    static ChildProcess& platform();
+/// Runs `steps(context)` in a child made by `fork`. Returns its process ID; -1 with `errno` set when there is none.
+pid_t forkChild(SystemCalls& calls, ChildSteps steps, void* context);
 
-    /// `fork`, which every system has.
-    static ChildProcess& plainFork();
-
-    /// The system's message for an `errno` value ("Permission denied"), safe to ask for in the child: not
-    /// translated, and nothing is allocated or locked.
-    static const char* errorDescription(int error);
-
-    /// Runs `steps(context)` in a new process made by `calls`. Returns its process ID; -1 with `errno` set
-    /// when there is none.
-    virtual pid_t start(SystemCalls& calls, ChildSteps steps, void* context) = 0;
-
-  protected:
-    ChildProcess() = default;
-    ChildProcess(const ChildProcess&) = default;
-    ChildProcess& operator=(const ChildProcess&) = default;
-    ~ChildProcess() = default;
+/// A program whose process leads a session of its own, with no signal blocked and its output in one place.
+struct ChildProgram {
+    const char* path;
+    char* const* arguments; ///< its name first, a null pointer last
+    int output;             ///< inherited under its own number, though it is close-on-exec
+    int standardOutput;     ///< a number under which the program has `output`, too
+    int standardError;      ///< and another
 };
+
+/// Starts the program by the C library's `posix_spawn`, whose cost does not grow with the caller's memory. Returns once
+/// it has been executed, with its process ID; -1 when the library cannot do that or has failed in any step, and then
+/// there is no child, and a fork can tell why.
+pid_t spawnChild(SystemCalls& calls, const ChildProgram& program);
+
+/// The system's message for an `errno` value ("Permission denied"), safe to ask for in a child: not translated, and
+/// nothing is allocated or locked.
+const char* childErrorDescription(int error);
 
 } // namespace orvane

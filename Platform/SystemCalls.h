@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <poll.h>
+#include <spawn.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/types.h>
@@ -48,10 +49,9 @@ class SystemCalls {
     virtual int close(int descriptor) = 0;
 
     virtual pid_t fork() = 0;
-    /// `vfork`, but the child runs `child(context)` on a stack of its own, so that it may call functions: it
-    /// shares the caller's memory, and the calling thread stands still until it executes a program or ends.
-    /// -1 with `ENOSYS` where the system has no such thing.
-    virtual pid_t vfork(int (*child)(void*), void* context, void* stack, std::size_t stackSize) = 0;
+    /// `posix_spawn` with the caller's environment: 0 or an error number.
+    virtual int posix_spawn(pid_t* processID, const char* path, const posix_spawn_file_actions_t* actions,
+                            const posix_spawnattr_t* attributes, char* const* arguments) = 0;
     virtual int sigprocmask(int how, const sigset_t* signals, sigset_t* previous) = 0;
     virtual pid_t setsid() = 0;
     virtual int execv(const char* path, char* const* arguments) = 0;

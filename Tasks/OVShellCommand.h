@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Platform/ChildProcess.h"
 #include "Platform/MachineWord.h"
 #include "Platform/SystemCalls.h"
 
@@ -38,9 +37,8 @@ class OVShellCommandDelegate {
 /// to a delegate. One object serves one run.
 class OVShellCommand {
   public:
-    /// `init`. The system calls and the way of starting must outlive the object.
-    explicit OVShellCommand(SystemCalls& calls = SystemCalls::platform(),
-                            ChildProcess& child = ChildProcess::platform());
+    /// `init`. The system calls must outlive the object.
+    explicit OVShellCommand(SystemCalls& calls = SystemCalls::platform());
 
     /// `processID`: the child of the current or last run; 0 before a run has forked, -1 when the start
     /// failed.
@@ -49,7 +47,7 @@ class OVShellCommand {
     /// `runCommandAtPath:arguments:delegate:`: runs the program at the absolute path with the arguments
     /// (without its name) and blocks until it has ended, or until a cancel could not be sent. A null delegate
     /// drops the output and never cancels. Returns an exit code, one of the constants above or -1. A read
-    /// error is logged and tried again half a second later.
+    /// error is logged and tried again after the next question, half a second later.
     NSInteger runCommandAtPath(const std::string& path, const std::vector<std::string>& arguments,
                                OVShellCommandDelegate* delegate);
 
@@ -61,7 +59,6 @@ class OVShellCommand {
 
   private:
     SystemCalls& calls_;
-    ChildProcess& child_;
     std::int32_t processID_ = 0;
 };
 

@@ -351,43 +351,41 @@ class StartProgramTest : public LinuxAuthorizationTest {
 
 TEST_F(StartProgramTest, WithoutAPipeNothingIsStarted) {
     calls.failsPipe = true;
-    EXPECT_EQ(startProgram("/bin/true", nullptr, calls, ChildProcess::plainFork()), kAuthorizationToolExecuteFailure);
+    EXPECT_EQ(startProgram("/bin/true", nullptr, calls), kAuthorizationToolExecuteFailure);
     EXPECT_FALSE(hasChildren());
 }
 
 TEST_F(StartProgramTest, WithoutAChildNothingIsStarted) {
     calls.failsFork = true;
-    EXPECT_EQ(startProgram("/bin/true", nullptr, calls, ChildProcess::plainFork()), kAuthorizationToolExecuteFailure);
+    EXPECT_EQ(startProgram("/bin/true", nullptr, calls), kAuthorizationToolExecuteFailure);
     EXPECT_FALSE(hasChildren());
 }
 
 TEST_F(StartProgramTest, AnInterruptedReadIsRepeated) {
     calls.interruptions = 2;
-    EXPECT_EQ(startProgram("/bin/true", nullptr, calls, ChildProcess::platform()), 0);
+    EXPECT_EQ(startProgram("/bin/true", nullptr, calls), 0);
     EXPECT_EQ(calls.interruptions, 0);
     int status = -1;
     EXPECT_GT(::waitpid(-1, &status, 0), 0);
     EXPECT_EQ(status, 0);
     calls.interruptions = 2;
-    EXPECT_EQ(startProgram("/nowhere", nullptr, calls, ChildProcess::platform()), kAuthorizationToolExecuteFailure);
+    EXPECT_EQ(startProgram("/nowhere", nullptr, calls), kAuthorizationToolExecuteFailure);
     EXPECT_GT(::waitpid(-1, &status, 0), 0);
 }
 
-TEST_F(StartProgramTest, BothWaysToAChildTellWhetherTheProgramRuns) {
-    for (ChildProcess* const child : {&ChildProcess::platform(), &ChildProcess::plainFork()}) {
-        int status = -1;
-        EXPECT_EQ(startProgram("/bin/false", nullptr, calls, *child), 0);
-        EXPECT_GT(::waitpid(-1, &status, 0), 0);
-        EXPECT_EQ(WEXITSTATUS(status), 1);
-        EXPECT_EQ(startProgram("/nowhere", nullptr, calls, *child), kAuthorizationToolExecuteFailure);
-        EXPECT_GT(::waitpid(-1, &status, 0), 0) << "the child that could not is left to the caller";
-        EXPECT_FALSE(hasChildren());
-    }
+TEST_F(StartProgramTest, TellsWhetherTheProgramRuns) {
+    int status = -1;
+    EXPECT_EQ(startProgram("/bin/false", nullptr, calls), 0);
+    EXPECT_GT(::waitpid(-1, &status, 0), 0);
+    EXPECT_EQ(WEXITSTATUS(status), 1);
+    EXPECT_EQ(startProgram("/nowhere", nullptr, calls), kAuthorizationToolExecuteFailure);
+    EXPECT_GT(::waitpid(-1, &status, 0), 0) << "the child that could not is left to the caller";
+    EXPECT_FALSE(hasChildren());
 }
 
 TEST_F(StartProgramTest, TheStartDoesNotWaitForTheEnd) {
     const std::string tool = makeScript("while [ ! -e \"$0.go\" ]; do sleep 0.02; done; exit 5");
-    EXPECT_EQ(startProgram(tool.c_str(), nullptr, calls, ChildProcess::platform()), 0);
+    EXPECT_EQ(startProgram(tool.c_str(), nullptr, calls), 0);
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), 0) << "still running";
     folder.makeFile("a tool.go");
     int status = -1;

@@ -1,6 +1,9 @@
 #include "Tasks/OVShellCommand.h"
 
+#include "Platform/ChildProcess.h"
 #include "Platform/Posix/PosixSystemCalls.h"
+#include "Support/OVText.h"
+#include "Tasks/CommandRunner.h"
 #include "Tests/Fakes/RecordingLog.h"
 
 #include <algorithm>
@@ -9,6 +12,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
@@ -16,12 +20,18 @@
 #include <fcntl.h>
 #include <functional>
 #include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <map>
 #include <memory>
+#include <random>
 #include <regex>
 #include <set>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <thread>
@@ -39,18 +49,36 @@ using Chunks = std::vector<std::optional<std::string>>;
 constexpr const char* kShell = "/bin/sh";
 const std::string kMethod = "-\\[OVShellCommand runCommandAtPath:arguments:delegate:\\] \\[Line [0-9]+\\] ";
 
-/// The system's calls, each noted down and some made to fail. What the child calls is noted in a pipe, since it
-/// may have the parent's memory or a copy of it.
-class TracedCalls final : public PosixSystemCalls {
+/// How children are started: by the C library, or by `fork` where that refuses.
+enum class Way { kSpawn, kFork };
+
+class StartingCalls : public PosixSystemCalls {
   public:
-    explicit TracedCalls(Events& events) : events_(events) {
+    explicit StartingCalls(Way way) : way_(way) {}
+    virtual ~StartingCalls() = default;
+
+    int posix_spawn(pid_t* processID, const char* path, const posix_spawn_file_actions_t* actions,
+                    const posix_spawnattr_t* attributes, char* const* arguments) override {
+        return way_ == Way::kFork ? ENOSYS
+                                  : PosixSystemCalls::posix_spawn(processID, path, actions, attributes, arguments);
+    }
+
+  protected:
+    const Way way_;
+};
+
+/// The system's calls, each noted down and some made to fail. What a forked child calls is noted in a pipe, since it
+/// has a copy of the parent's memory.
+class TracedCalls final : public StartingCalls {
+  public:
+    TracedCalls(Events& events, Way way) : StartingCalls(way), events_(events) {
         if (::pipe2(childTrace_.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
             ::abort();
         }
     }
     TracedCalls(const TracedCalls&) = delete;
     TracedCalls& operator=(const TracedCalls&) = delete;
-    ~TracedCalls() {
+    ~TracedCalls() override {
         ::close(childTrace_[0]);
         ::close(childTrace_[1]);
     }
@@ -60,11 +88,14 @@ class TracedCalls final : public PosixSystemCalls {
 
     /// What reads bring, in order: bytes, "" for end of file, or nothing for `EAGAIN`; afterwards the real pipe.
     std::deque<std::optional<std::string>> scriptedReads;
-    std::optional<pid_t> groupOfChild; ///< what `getpgid` answers in place of the truth
-    std::optional<int> signalResult;   ///< what `kill` and `killpg` answer without signalling
-    int setsidError = 0;               ///< in the child
-    int execvError = 0;                ///< in the child
-    int signalBeforeExec = 0;          ///< what the child sends itself just before it executes
+    std::function<void(const char*)> onCall = [](const char*) {}; ///< in the parent, given the call's name
+    std::optional<pid_t> groupOfChild;                            ///< what `getpgid` answers in place of the truth
+    std::optional<int> signalResult; ///< what `kill` and `killpg` answer without signalling
+    int setsidError = 0;             ///< in the child, whoever starts it
+    int execvError = 0;              ///< likewise
+    std::string signalledStep;       ///< at which the child sends itself a signal
+    int stepSignal = 0;
+    pid_t forked = -1; ///< what the last `fork` yielded
 
     [[nodiscard]] int count(const std::string& name) const {
         return static_cast<int>(std::count(events_.begin(), events_.end(), name));
@@ -83,9 +114,27 @@ class TracedCalls final : public PosixSystemCalls {
         }
         return result;
     }
-    pid_t fork() override { return failing("start") ? -1 : PosixSystemCalls::fork(); }
-    pid_t vfork(int (*child)(void*), void* context, void* stack, std::size_t stackSize) override {
-        return failing("start") ? -1 : PosixSystemCalls::vfork(child, context, stack, stackSize);
+    int posix_spawn(pid_t* processID, const char* path, const posix_spawn_file_actions_t* actions,
+                    const posix_spawnattr_t* attributes, char* const* arguments) override {
+        if (way_ == Way::kSpawn && failing("start")) {
+            return errno;
+        }
+        for (const int error : {setsidError, execvError, signalledStep.empty() ? 0 : ENOSYS}) {
+            if (error != 0) {
+                return error; // the C library's child cannot be made to, but would have reported it
+            }
+        }
+        return StartingCalls::posix_spawn(processID, path, actions, attributes, arguments);
+    }
+    pid_t fork() override {
+        if (failing("start")) {
+            return -1;
+        }
+        const pid_t child = PosixSystemCalls::fork();
+        if (child != 0) {
+            forked = child;
+        }
+        return child;
     }
     int fcntl(int descriptor, int command, int argument) override {
         if (isChild()) {
@@ -104,26 +153,31 @@ class TracedCalls final : public PosixSystemCalls {
         return scriptedReads.empty() ? PosixSystemCalls::poll(descriptors, number, milliseconds) : 1;
     }
     ssize_t read(int descriptor, void* buffer, std::size_t size) override {
+        EXPECT_EQ(size, 2048U);
         if (failing("read")) {
             return -1;
         }
         if (scriptedReads.empty()) {
             return PosixSystemCalls::read(descriptor, buffer, size);
         }
-        const auto bytes = scriptedReads.front();
+        auto bytes = scriptedReads.front();
         scriptedReads.pop_front();
         if (!bytes) {
             errno = EAGAIN;
             return -1;
         }
-        std::memcpy(buffer, bytes->data(), bytes->size());
-        return static_cast<ssize_t>(bytes->size());
+        const std::size_t count = std::min(size, bytes->size());
+        std::memcpy(buffer, bytes->data(), count);
+        if (count < bytes->size()) {
+            scriptedReads.emplace_front(bytes->substr(count));
+        }
+        return static_cast<ssize_t>(count);
     }
     int close(int descriptor) override {
         if (isChild()) {
             traced("close ");
         } else {
-            events_.emplace_back(descriptor == readEnd ? "close read end" : "close write end");
+            note(descriptor == readEnd ? "close read end" : "close write end");
         }
         return PosixSystemCalls::close(descriptor);
     }
@@ -145,9 +199,6 @@ class TracedCalls final : public PosixSystemCalls {
     }
     int execv(const char* path, char* const* arguments) override {
         traced("execv ");
-        if (signalBeforeExec != 0) {
-            ::kill(::getpid(), signalBeforeExec);
-        }
         if (execvError != 0) {
             errno = execvError;
             return -1;
@@ -166,12 +217,12 @@ class TracedCalls final : public PosixSystemCalls {
     }
     int kill(pid_t processID, int signal) override {
         signalled.emplace_back(processID, signal);
-        events_.emplace_back("kill");
+        note("kill");
         return signalResult ? *signalResult : PosixSystemCalls::kill(processID, signal);
     }
     int killpg(pid_t group, int signal) override {
         signalled.emplace_back(group, signal);
-        events_.emplace_back("killpg");
+        note("killpg");
         return signalResult ? *signalResult : PosixSystemCalls::killpg(group, signal);
     }
 
@@ -186,10 +237,20 @@ class TracedCalls final : public PosixSystemCalls {
 
     [[nodiscard]] bool isChild() const { return ::getpid() != parent_; }
 
-    void traced(const char* name) const { (void)!::write(childTrace_[1], name, std::strlen(name)); }
+    void traced(const char* name) const {
+        if (signalledStep == name) {
+            ::kill(::getpid(), stepSignal);
+        }
+        (void)!::write(childTrace_[1], name, std::strlen(name));
+    }
+
+    void note(const char* name) {
+        events_.emplace_back(name);
+        onCall(name);
+    }
 
     bool failing(const char* name) {
-        events_.emplace_back(name);
+        note(name);
         const auto failure = failures_.find(name);
         if (failure == failures_.end() || failure->second.count == 0) {
             return false;
@@ -272,14 +333,12 @@ void waitUntilEnded(pid_t processID) {
     ASSERT_EQ(::waitid(P_PID, static_cast<id_t>(processID), &information, WEXITED | WNOWAIT), 0);
 }
 
-enum class Way { kPlatform, kPlainFork };
+std::string nameOfWay(const ::testing::TestParamInfo<Way>& information) {
+    return information.param == Way::kSpawn ? "Spawn" : "Fork";
+}
 
 class ShellCommandTest : public ::testing::TestWithParam<Way> {
   protected:
-    static ChildProcess& child() {
-        return GetParam() == Way::kPlatform ? ChildProcess::platform() : ChildProcess::plainFork();
-    }
-
     NSInteger runScript(const std::string& script) { return command.runCommandAtPath(kShell, {"-c", script}, &owner); }
 
     /// From the second question on, answers only when the child has ended, so that all its output is there.
@@ -299,15 +358,13 @@ class ShellCommandTest : public ::testing::TestWithParam<Way> {
 
     RecordingLog log;
     Events events;
-    TracedCalls calls{events};
+    TracedCalls calls{events, GetParam()};
+    StartingCalls untracedCalls{GetParam()};
     Owner owner{events};
-    OVShellCommand command{calls, child()};
+    OVShellCommand command{calls};
 };
 
-INSTANTIATE_TEST_SUITE_P(Starts, ShellCommandTest, ::testing::Values(Way::kPlatform, Way::kPlainFork),
-                         [](const auto& information) {
-                             return information.param == Way::kPlatform ? "Platform" : "PlainFork";
-                         });
+INSTANTIATE_TEST_SUITE_P(Starts, ShellCommandTest, ::testing::Values(Way::kSpawn, Way::kFork), nameOfWay);
 
 TEST(ShellCommandConstantsTest, HaveTheirValues) {
     EXPECT_EQ(OVShellCommandSuccess, 0);
@@ -329,7 +386,7 @@ TEST_P(ShellCommandTest, SilentChildYieldsItsExitCodeAndNoOutput) {
 
 TEST_P(ShellCommandTest, YieldsEveryExitCode) {
     for (const int code : {0, 1, 2, 127, 128, 255}) {
-        OVShellCommand each(calls, child());
+        OVShellCommand each(calls);
         EXPECT_EQ(each.runCommandAtPath(kShell, {"-c", "exit " + std::to_string(code)}, &owner), code);
     }
 }
@@ -368,7 +425,7 @@ TEST_P(ShellCommandTest, ChunksThatAreNotTextArriveAsNothing) {
 
 TEST_P(ShellCommandTest, OverlongFormsSurrogatesAndTooGreatValuesAreNoText) {
     for (const char* bytes : {"\\300\\200", "\\355\\240\\200", "\\364\\220\\200\\200", "\\377"}) {
-        OVShellCommand each(calls, child());
+        OVShellCommand each(calls);
         Owner own(events);
         EXPECT_EQ(each.runCommandAtPath("/usr/bin/printf", {bytes}, &own), 0);
         EXPECT_EQ(own.chunks, (Chunks{std::nullopt})) << bytes;
@@ -382,7 +439,7 @@ TEST_P(ShellCommandTest, TextOfSeveralBytesAndNullBytesPassUnchanged) {
 
 TEST_P(ShellCommandTest, LosesNoTailWhenThePipeHangsUp) {
     for (int round = 0; round < 30; ++round) {
-        OVShellCommand each(calls, child());
+        OVShellCommand each(calls);
         Owner own(events);
         EXPECT_EQ(each.runCommandAtPath(kShell, {"-c", "head -c 150001 /dev/zero | tr '\\0' x; exit 4"}, &own), 4);
         EXPECT_EQ(own.text(), std::string(150001, 'x'));
@@ -407,7 +464,8 @@ TEST_P(ShellCommandTest, LeavesNoDescriptorBehind) {
 
 TEST_P(ShellCommandTest, ChildTakesItsStepsInOrder) {
     EXPECT_EQ(runScript("exit 0"), 0);
-    EXPECT_EQ(calls.childCalls(), "sigprocmask setsid close dup2:1 dup2:2 fcntl execv ");
+    EXPECT_EQ(calls.childCalls(),
+              GetParam() == Way::kFork ? "sigprocmask setsid close dup2:1 dup2:2 fcntl execv " : "");
 }
 
 TEST_P(ShellCommandTest, ChildLeadsASessionAndAGroup) {
@@ -434,7 +492,7 @@ TEST_P(ShellCommandTest, PassesArgumentsAndEnvironmentUnchanged) {
 TEST_P(ShellCommandTest, PathIsTheProgramsNameAndIsNotSearchedFor) {
     EXPECT_EQ(command.runCommandAtPath(kShell, {"-c", "echo $0"}, &owner), 0);
     EXPECT_EQ(owner.text(), "/bin/sh\n");
-    OVShellCommand bare(calls, child());
+    OVShellCommand bare(calls);
     Owner own(events);
     EXPECT_EQ(bare.runCommandAtPath("true", {}, &own), 1);
     EXPECT_EQ(own.text(), "execl: No such file or directory\n");
@@ -458,6 +516,75 @@ TEST_P(ShellCommandTest, SetsidFailureIsReportedBeforeTheRedirectionAndTheChildG
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "setsid: Operation not permitted\n");
     EXPECT_EQ(result, 5);
     EXPECT_EQ(owner.text(), "on\n");
+}
+
+TEST_P(ShellCommandTest, SystemThatRefusesASessionIsReportedAndTheChildGoesOn) {
+    const pid_t host = ::fork();
+    ASSERT_GE(host, 0);
+    if (host == 0) {
+        std::array<sock_filter, 4> filter = {{{BPF_LD | BPF_W | BPF_ABS, 0, 0, offsetof(seccomp_data, nr)},
+                                              {BPF_JMP | BPF_JEQ | BPF_K, 0, 1, __NR_setsid},
+                                              {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ERRNO | EPERM},
+                                              {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ALLOW}}};
+        const sock_fprog program = {filter.size(), filter.data()};
+        std::array<int, 2> diagnostics = {};
+        if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
+            ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0 ||
+            ::pipe2(diagnostics.data(), O_CLOEXEC) != 0) {
+            ::_exit(2);
+        }
+        ::dup2(diagnostics[1], STDERR_FILENO);
+        OVShellCommand each(untracedCalls);
+        const bool ran =
+            each.runCommandAtPath(kShell, {"-c", "echo on; exit 5"}, &owner) == 5 && owner.text() == "on\n";
+        std::array<char, 100> report = {};
+        const ssize_t size = ::read(diagnostics[0], report.data(), report.size() - 1);
+        ::_exit(ran && size > 0 && std::string(report.data()) == "setsid: Operation not permitted\n" ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(::waitpid(host, &status, 0), host);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_P(ShellCommandTest, ProgramThatCannotBeExecutedIsAChildLikeAnyOther) {
+    for (const char* path : {"/no/such/program", "/etc/passwd", "/", ""}) {
+        OVShellCommand each(calls);
+        Owner own(events);
+        EXPECT_EQ(each.runCommandAtPath(path, {}, &own), 1) << path;
+        EXPECT_EQ(own.text().rfind("execl: ", 0), 0U) << own.text();
+        EXPECT_GT(each.processID(), 0);
+        EXPECT_EQ(each.processID(), calls.forked) << "which was forked, whoever tried first";
+        EXPECT_EQ(calls.childCalls(), "sigprocmask setsid close dup2:1 dup2:2 fcntl execv ");
+        EXPECT_TRUE(isGone(each.processID()));
+    }
+    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "no other child is left";
+    EXPECT_EQ(errno, ECHILD);
+}
+
+TEST_P(ShellCommandTest, StreamThatTheHostHasClosedHasNoDescriptor) {
+    const pid_t host = ::fork();
+    ASSERT_GE(host, 0);
+    if (host == 0) {
+        std::fclose(stdout);
+        OVShellCommand each(untracedCalls);
+        const NSInteger result = each.runCommandAtPath(kShell, {"-c", "echo out; echo err >&2; exit 3"}, &owner);
+        ::_exit(result == 3 && owner.text().find("err\n") != std::string::npos ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(::waitpid(host, &status, 0), host);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_P(ShellCommandTest, TheCallersErrorNumberStays) {
+    for (const char* path : {"/bin/true", "/no/such/program"}) {
+        std::int32_t descriptor = -1;
+        errno = 4711;
+        const std::int32_t processID = command.forkAndExecCommandAtPath(path, {}, &descriptor);
+        EXPECT_EQ(errno, 4711) << path;
+        ASSERT_GT(processID, 0);
+        ::close(descriptor);
+        ::waitpid(processID, nullptr, 0);
+    }
 }
 
 TEST_P(ShellCommandTest, StandardInputIsInherited) {
@@ -521,31 +648,123 @@ TEST_P(ShellCommandTest, IgnoredSignalsStayIgnored) {
     ::sigaction(SIGUSR1, &before, nullptr);
 }
 
-std::atomic<int>* handlerRuns = nullptr;
+/// A handler of `signal` in this process that counts its runs, here and in any child.
+class CountingHandler {
+  public:
+    explicit CountingHandler(int signal) : signal_(signal) {
+        void* const shared = ::mmap(nullptr, sizeof(Counts), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        if (shared == MAP_FAILED) {
+            ::abort();
+        }
+        counts = new (shared) Counts{::getpid(), {0}, {0}};
+        struct sigaction action = {};
+        action.sa_handler = count; // no SA_RESTART
+        ::sigaction(signal_, &action, &before_);
+    }
+    CountingHandler(const CountingHandler&) = delete;
+    CountingHandler& operator=(const CountingHandler&) = delete;
+    ~CountingHandler() {
+        struct sigaction after = {};
+        ::sigaction(signal_, &before_, &after);
+        EXPECT_EQ(after.sa_handler, count) << "the host keeps its handler";
+        ::munmap(counts, sizeof(Counts));
+    }
 
-TEST_P(ShellCommandTest, TheHostsSignalHandlersNeverRunInTheChild) {
-    // In memory that both have, whichever way the child was started.
-    void* const shared = ::mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    ASSERT_NE(shared, MAP_FAILED);
-    handlerRuns = new (shared) std::atomic<int>(0);
-    struct sigaction handler = {};
-    struct sigaction before = {};
-    handler.sa_handler = [](int) { ++*handlerRuns; };
-    ::sigaction(SIGTERM, &handler, &before);
-    calls.signalBeforeExec = SIGTERM;
-    EXPECT_EQ(runScript("exit 0"), OVShellCommandCancelled);
-    EXPECT_EQ(handlerRuns->load(), 0);
-    struct sigaction after = {};
-    ::sigaction(SIGTERM, &before, &after);
-    EXPECT_EQ(after.sa_handler, handler.sa_handler) << "the host keeps its handler";
-    ::munmap(shared, 4096);
+    [[nodiscard]] int hosts() const { return counts->hosts; }
+    [[nodiscard]] int childrens() const { return counts->childrens; }
+
+  private:
+    struct Counts {
+        pid_t host;
+        std::atomic<int> hosts;
+        std::atomic<int> childrens;
+    };
+
+    static void count(int /*signal*/) { ++(::getpid() == counts->host ? counts->hosts : counts->childrens); }
+
+    static Counts* counts; // in memory that a forked child has, too
+    int signal_;
+    struct sigaction before_ = {};
+};
+
+CountingHandler::Counts* CountingHandler::counts = nullptr;
+
+TEST_P(ShellCommandTest, SignalAtAnyStepOfTheChildMeetsItsDefaultAction) {
+    for (const char* step : {"sigprocmask ", "setsid ", "close ", "dup2:1 ", "dup2:2 ", "fcntl ", "execv "}) {
+        const CountingHandler handler(SIGTERM);
+        calls.signalledStep = step;
+        calls.stepSignal = SIGTERM;
+        OVShellCommand each(calls);
+        EXPECT_EQ(each.runCommandAtPath("/bin/true", {}, &owner), OVShellCommandCancelled) << step;
+        EXPECT_EQ(handler.childrens(), 0) << step;
+        EXPECT_EQ(handler.hosts(), 0) << step;
+    }
+}
+
+TEST_P(ShellCommandTest, SignalAtAnyStepOfTheHostDoesNoHarm) {
+    const CountingHandler handler(SIGUSR1);
+    std::set<std::string> steps;
+    calls.onCall = [&steps](const char* name) {
+        steps.insert(name);
+        ::raise(SIGUSR1);
+    };
+    calls.fail("waitpid", EINTR, 1);
+    EXPECT_EQ(runScript("echo out; sleep 0.2; exit 3"), 3);
+    EXPECT_EQ(owner.text(), "out\n");
+    for (const char* step :
+         {"pipe", "start", "close write end", "getfl", "setfl", "read", "poll", "close read end", "waitpid"}) {
+        EXPECT_EQ(steps.count(step), 1U) << step;
+    }
+    EXPECT_GE(handler.hosts(), 10);
+    EXPECT_EQ(handler.childrens(), 0);
+    EXPECT_TRUE(log.messages.empty());
+}
+
+TEST_P(ShellCommandTest, StormOfSignalsOnTheGroupRunsNoHandlerInAChild) {
+    const pid_t host = ::fork();
+    ASSERT_GE(host, 0);
+    if (host == 0) {
+        if (::setpgid(0, 0) != 0) {
+            ::_exit(2); // or the storm would reach the tests' own group
+        }
+        bool good = true;
+        {
+            const CountingHandler handler(SIGUSR1);
+            std::atomic<bool> done = false;
+            std::thread storm([&done] {
+                while (!done) {
+                    ::kill(0, SIGUSR1); // children too, until they have a session of their own
+                }
+            });
+            for (int round = 0; round < 150; ++round) {
+                OVShellCommand each(untracedCalls);
+                const NSInteger result = each.runCommandAtPath("/bin/true", {}, nullptr);
+                good = good && (result == 0 || result == OVShellCommandCancelled);
+            }
+            done = true;
+            storm.join();
+            good = good && handler.hosts() > 0 && handler.childrens() == 0;
+        }
+        ::_exit(good ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(::waitpid(host, &status, 0), host);
+    EXPECT_EQ(status, 0);
+}
+
+TEST(CommandRunnerTest, TellsTheProcessIDThatTheChildHas) {
+    Events events;
+    Owner owner(events);
+    const auto outcome = CommandRunner::shellCommands().runCommandAtPath(kShell, {"-c", "echo $$; exit 7"}, &owner);
+    EXPECT_EQ(outcome.result, 7);
+    EXPECT_EQ(std::to_string(outcome.processID) + "\n", owner.text());
 }
 
 TEST(ChildProcessTest, DescribesErrorsAsTheSystemDoes) {
     for (const int error : {EPERM, ENOENT, EACCES, ENOEXEC, E2BIG, ENOMEM, ETXTBSY, ELOOP}) {
-        EXPECT_STREQ(ChildProcess::errorDescription(error), std::strerror(error));
+        EXPECT_STREQ(childErrorDescription(error), std::strerror(error));
     }
-    EXPECT_STREQ(ChildProcess::errorDescription(99999), "Unknown error");
+    EXPECT_STREQ(childErrorDescription(99999), "Unknown error");
 }
 
 // ---- Cancelling ---------------------------------------------------------------------------------------------
@@ -660,10 +879,7 @@ class CancelFailureTest : public ShellCommandTest {
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Starts, CancelFailureTest, ::testing::Values(Way::kPlatform, Way::kPlainFork),
-                         [](const auto& information) {
-                             return information.param == Way::kPlatform ? "Platform" : "PlainFork";
-                         });
+INSTANTIATE_TEST_SUITE_P(Starts, CancelFailureTest, ::testing::Values(Way::kSpawn, Way::kFork), nameOfWay);
 
 TEST_P(CancelFailureTest, KillpgFailureReturnsAtOnce) {
     calls.signalResult = -1;
@@ -698,7 +914,7 @@ TEST_P(ShellCommandTest, FloodingChildCannotStarveTheQuestion) {
 
 TEST_P(ShellCommandTest, CancelsRightAfterTheStartLeaveNoChild) {
     for (int round = 0; round < 300; ++round) {
-        OVShellCommand each(calls, child());
+        OVShellCommand each(calls);
         Owner own(events);
         own.cancels = [](int question) { return question > 1; };
         ASSERT_EQ(each.runCommandAtPath("/bin/sleep", {"100"}, &own), OVShellCommandCancelled) << round;
@@ -754,11 +970,38 @@ TEST_P(ShellCommandTest, AsksBeforeEachChunkOfOneRead) {
         << "what was read but not asked for is not handed over";
 }
 
-TEST_P(ShellCommandTest, ChunkTakesInWhatHasArrivedSince) {
+TEST_P(ShellCommandTest, ChunkIsWhatOneReadBrought) {
     calls.scriptedReads = {std::string(3000, 'a'), std::string(2000, 'b'), std::nullopt, std::nullopt, ""};
     EXPECT_EQ(runScript("exit 0"), 0);
-    EXPECT_EQ(owner.chunks,
-              (Chunks{std::string(2048, 'a'), std::string(952, 'a') + std::string(1096, 'b'), std::string(904, 'b')}));
+    EXPECT_EQ(owner.chunks, (Chunks{std::string(2048, 'a'), std::string(952, 'a'), std::string(2000, 'b')}));
+}
+
+TEST_P(ShellCommandTest, NothingIsReadBeyondTheChunkBeforeACancel) {
+    calls.scriptedReads = {std::string(5000, 'a'), ""};
+    owner.cancels = [](int question) { return question > 2; };
+    calls.signalResult = 0;
+    EXPECT_EQ(runScript("exit 0"), 0);
+    EXPECT_EQ(owner.chunks, (Chunks{std::string(2048, 'a')}));
+    EXPECT_EQ(calls.count("read"), 1);
+    EXPECT_EQ(calls.scriptedReads.front()->size(), 5000U - 2048U);
+}
+
+TEST_P(ShellCommandTest, TheRestOfAReadWaitsForNothing) {
+    constexpr int kBytes = 20000;
+    owner.cancels = [this](int question) {
+        for (int there = 0; question == 2 && there < kBytes;) {
+            std::this_thread::sleep_for(1ms);
+            ::ioctl(calls.readEnd, FIONREAD, &there);
+        }
+        return owner.text().size() == kBytes;
+    };
+    Clock::time_point first;
+    Clock::time_point last;
+    owner.onChunk = [this, &first, &last] { (owner.chunks.size() == 1 ? first : last) = Clock::now(); };
+    EXPECT_EQ(runScript("head -c 20000 /dev/zero; exec sleep 100"), OVShellCommandCancelled);
+    EXPECT_EQ(owner.chunks.size(), 10U);
+    EXPECT_LT(last - first, 400ms);
+    EXPECT_EQ(calls.count("poll"), 0);
 }
 
 TEST_P(ShellCommandTest, HandsOverTheRestBeforeAnErrorOrTheEnd) {
@@ -785,9 +1028,9 @@ TEST_P(ShellCommandTest, ProgramsStartedAtTheSameTimeDoNotGetEachOthersPipes) {
     std::string inner;
     owner.onChunk = [&] {
         Events own;
-        TracedCalls ownCalls(own);
+        TracedCalls ownCalls(own, GetParam());
         Owner ownOwner(own);
-        OVShellCommand second(ownCalls, child());
+        OVShellCommand second(ownCalls);
         EXPECT_EQ(
             second.runCommandAtPath(kShell, {"-c", "for f in /proc/$$/fd/*; do readlink $f; done; true"}, &ownOwner),
             0);
@@ -798,6 +1041,196 @@ TEST_P(ShellCommandTest, ProgramsStartedAtTheSameTimeDoNotGetEachOthersPipes) {
     ASSERT_EQ(outer.rfind("pipe:[", 0), 0U);
     EXPECT_NE(inner.find("pipe:["), std::string::npos);
     EXPECT_EQ(inner.find(outer), std::string::npos) << inner;
+}
+
+// ---- The contract's loop as a model --------------------------------------------------------------------------
+
+/// A child, its pipe and its owner on a clock of their own, which moves only while somebody waits or works, so that two
+/// loops can be given the same run to the byte. All that matters is noted in `trace`.
+class SimulatedRun final : public PosixSystemCalls, public OVShellCommandDelegate {
+  public:
+    explicit SimulatedRun(unsigned seed) : random_(seed) {
+        capacity_ = pick(3) == 0 ? 4096 : 65536;
+        exitCode_ = static_cast<int>(pick(256));
+        for (unsigned count = pick(12); count > 0; --count) {
+            const bool isLarge = pick(3) == 0;
+            writes_.push_back({pick(2) == 0 ? 0 : pick(1500), 1 + pick(isLarge ? 200000 : 3000)});
+        }
+        for (unsigned count = pick(4); count > 0; --count) {
+            interruptions_.insert(pick(4000));
+        }
+        cancelTime_ = pick(2) == 0 ? pick(3000) : ~0U;
+        ownersTime_ = pick(2) == 0 ? 0 : 1 + pick(40);
+        startWrite();
+    }
+
+    Events trace;
+
+    int pipe(int* ends) override {
+        ends[0] = kReadEnd;
+        ends[1] = kWriteEnd;
+        return 0;
+    }
+    int posix_spawn(pid_t* processID, const char* /*path*/, const posix_spawn_file_actions_t* /*actions*/,
+                    const posix_spawnattr_t* /*attributes*/, char* const* /*arguments*/) override {
+        *processID = kChild;
+        return 0;
+    }
+    pid_t fork() override { return kChild; }
+    int fcntl(int /*descriptor*/, int /*command*/, int /*argument*/) override { return 0; }
+    int close(int /*descriptor*/) override { return 0; }
+    int poll(pollfd* descriptors, nfds_t count, int milliseconds) override {
+        EXPECT_EQ(descriptors->fd, kReadEnd);
+        EXPECT_EQ(count, 1U);
+        const unsigned deadline = now_ + static_cast<unsigned>(milliseconds);
+        while (true) {
+            work();
+            if (!data_.empty() || hasEnded_) {
+                return 1;
+            }
+            if (now_ == deadline) {
+                return 0;
+            }
+            const auto interruption = interruptions_.upper_bound(now_);
+            const unsigned signal = interruption == interruptions_.end() ? ~0U : *interruption;
+            now_ = std::min({deadline, writeTime_, signal});
+            if (now_ == signal) {
+                errno = EINTR;
+                return -1;
+            }
+        }
+    }
+    ssize_t read(int descriptor, void* buffer, std::size_t size) override {
+        EXPECT_EQ(descriptor, kReadEnd);
+        work();
+        if (data_.empty() && !hasEnded_) {
+            errno = EAGAIN;
+            return -1;
+        }
+        const std::size_t count = std::min(size, data_.size());
+        std::memcpy(buffer, data_.data(), count);
+        data_.erase(0, count);
+        work();
+        return static_cast<ssize_t>(count);
+    }
+    pid_t getpgid(pid_t processID) override { return processID; }
+    int killpg(pid_t group, int signal) override {
+        trace.push_back("killpg " + std::to_string(group) + " " + std::to_string(signal) + " after " +
+                        std::to_string(written_) + " bytes");
+        isKilled_ = !hasEnded_;
+        return 0;
+    }
+    pid_t waitpid(pid_t processID, int* status, int /*options*/) override {
+        EXPECT_EQ(processID, kChild);
+        *status = isKilled_ ? SIGTERM : exitCode_ << 8;
+        return processID;
+    }
+
+    void shellCommandHasOutputAvailable(std::optional<std::string_view> chunk) override {
+        note("chunk " + std::string(chunk.value_or("<nil>")));
+    }
+    bool shellCommandShouldCancel() override {
+        note("ask");
+        return now_ >= cancelTime_;
+    }
+
+  private:
+    static constexpr int kReadEnd = 60;
+    static constexpr int kWriteEnd = 61;
+    static constexpr pid_t kChild = 54321;
+
+    struct Write {
+        unsigned delay;
+        std::size_t size;
+    };
+
+    unsigned pick(unsigned bound) { return static_cast<unsigned>(random_() % bound); }
+
+    void note(const std::string& event) {
+        trace.push_back(std::to_string(now_) + " " + event);
+        now_ += ownersTime_;
+    }
+
+    void startWrite() {
+        hasEnded_ = writes_.empty();
+        writeTime_ = hasEnded_ ? ~0U : now_ + writes_.front().delay;
+    }
+
+    /// The child, up to now: it stands still only while the pipe is full.
+    void work() {
+        while (!hasEnded_ && writeTime_ <= now_) {
+            std::size_t& left = writes_.front().size;
+            for (; left > 0 && data_.size() < capacity_; --left) {
+                data_ += kText[written_++ % kText.size()];
+            }
+            if (left > 0) {
+                return;
+            }
+            writes_.pop_front();
+            startWrite();
+        }
+    }
+
+    const std::string kText = "a line of text, gr\u00FCn \u20AC \U0001F600\n";
+    std::minstd_rand random_;
+    std::size_t capacity_ = 0;
+    std::deque<Write> writes_;
+    std::set<unsigned> interruptions_;
+    unsigned cancelTime_ = 0;
+    unsigned ownersTime_ = 0;
+    int exitCode_ = 0;
+    unsigned now_ = 0;
+    unsigned writeTime_ = 0;
+    std::size_t written_ = 0;
+    std::string data_;
+    bool hasEnded_ = false;
+    bool isKilled_ = false;
+};
+
+/// A run step by step as the contract has it.
+NSInteger runToTheLetter(SystemCalls& calls, OVShellCommandDelegate& delegate) {
+    if (delegate.shellCommandShouldCancel()) {
+        return OVShellCommandCancelled;
+    }
+    std::array<int, 2> ends = {};
+    calls.pipe(ends.data());
+    const pid_t child = calls.fork();
+    pollfd record = {ends[0], POLLIN, 0};
+    while (!delegate.shellCommandShouldCancel()) {
+        calls.poll(&record, 1, 500);
+        std::array<char, 2048> buffer = {};
+        const ssize_t count = calls.read(ends[0], buffer.data(), buffer.size());
+        if (count == 0) {
+            break;
+        }
+        if (count > 0) {
+            const std::string_view chunk(buffer.data(), static_cast<std::size_t>(count));
+            delegate.shellCommandHasOutputAvailable(isValidUTF8(chunk) ? std::optional(chunk) : std::nullopt);
+        }
+    }
+    if (delegate.shellCommandShouldCancel() && calls.killpg(calls.getpgid(child), SIGTERM) != 0) {
+        return OVShellCommandCancelFailed;
+    }
+    int status = 0;
+    calls.waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : OVShellCommandCancelled;
+}
+
+TEST(ShellCommandModelTest, EveryQuestionChunkAndCancelIsTheContracts) {
+    int cancels = 0;
+    int chunks = 0;
+    for (unsigned seed = 1; seed <= 3000; ++seed) {
+        SimulatedRun expected(seed);
+        const NSInteger expectedResult = runToTheLetter(expected, expected);
+        SimulatedRun actual(seed);
+        const NSInteger result = OVShellCommand(actual).runCommandAtPath("/bin/child", {}, &actual);
+        ASSERT_EQ(result, expectedResult) << seed;
+        ASSERT_EQ(actual.trace, expected.trace) << seed;
+        cancels += result == OVShellCommandCancelled ? 1 : 0;
+        chunks += static_cast<int>(actual.trace.size());
+    }
+    EXPECT_GT(cancels, 300);
+    EXPECT_GT(chunks, 30000);
 }
 
 // ---- Failures -----------------------------------------------------------------------------------------------
@@ -813,32 +1246,38 @@ TEST_P(ShellCommandTest, PipeFailureFailsTheRunAtOnce) {
 
 TEST_P(ShellCommandTest, ForkFailureFailsTheRunAtOnce) {
     const auto before = openDescriptors();
-    calls.fail("start", EAGAIN);
+    calls.fail("start", EAGAIN, 2);
     EXPECT_EQ(runScript("exit 0"), -1);
     EXPECT_EQ(command.processID(), -1);
-    EXPECT_EQ(events, (Events{"ask", "pipe", "start", "close read end", "close write end"}));
+    Events expected = {"ask", "pipe", "start", "close read end", "close write end"};
+    if (GetParam() == Way::kSpawn) {
+        expected.insert(expected.begin() + 2, "start");
+    }
+    EXPECT_EQ(events, expected);
     EXPECT_EQ(openDescriptors(), before);
 }
 
 TEST_P(ShellCommandTest, FailedStartLeavesTheDescriptorUntouched) {
     for (const char* call : {"pipe", "start"}) {
         std::int32_t descriptor = 4711;
-        calls.fail(call, ENOMEM);
+        calls.fail(call, ENOMEM, 2);
         EXPECT_EQ(command.forkAndExecCommandAtPath("/bin/true", {}, &descriptor), -1);
         EXPECT_EQ(descriptor, 4711);
     }
 }
 
-TEST(ChildProcessTest, SharedMemoryThatIsRefusedFallsBackToFork) {
-    for (const int error : {ENOSYS, EINVAL, EPERM}) {
+TEST(ChildProcessTest, SpawnThatFailsBecomesAFork) {
+    for (const int error : {ENOSYS, EINVAL, EPERM, EAGAIN, ENOMEM, ENOENT, EBADF}) {
         Events events;
-        TracedCalls calls(events);
+        TracedCalls calls(events, Way::kSpawn);
         Owner owner(events);
         calls.fail("start", error);
-        OVShellCommand command(calls, ChildProcess::platform());
+        OVShellCommand command(calls);
         EXPECT_EQ(command.runCommandAtPath("/bin/echo", {"started"}, &owner), 0);
         EXPECT_EQ(owner.text(), "started\n");
         EXPECT_EQ(calls.count("start"), 2);
+        EXPECT_EQ(command.processID(), calls.forked);
+        EXPECT_EQ(calls.childCalls(), "sigprocmask setsid close dup2:1 dup2:2 fcntl execv ");
     }
 }
 
@@ -863,7 +1302,7 @@ TEST_P(ShellCommandTest, BlockingReadEndStillDeliversEverything) {
 
 TEST_P(ShellCommandTest, PollFailuresDoNotEndTheRun) {
     for (const int error : {EINTR, ENOMEM}) {
-        OVShellCommand each(calls, child());
+        OVShellCommand each(calls);
         Owner own(events);
         calls.fail("poll", error, 5);
         EXPECT_EQ(each.runCommandAtPath(kShell, {"-c", "sleep 0.3; echo x; exit 2"}, &own), 2);
@@ -875,12 +1314,37 @@ TEST_P(ShellCommandTest, PollFailuresDoNotEndTheRun) {
 TEST_P(ShellCommandTest, PollThatAlwaysFailsDoesNotSpin) {
     calls.fail("poll", ENOMEM, 1000000);
     EXPECT_EQ(runScript("sleep 1; exit 2"), 2);
-    EXPECT_LE(calls.count("poll"), 60) << "20 ms apart";
+    EXPECT_LE(calls.count("poll"), 4) << "half a second apart";
+}
+
+TEST_P(ShellCommandTest, BlockingReadEndIsAskedAboutTwiceASecondThoughPollFails) {
+    calls.fail("setfl", EIO);
+    calls.fail("poll", ENOMEM, 1000000);
+    owner.cancels = [](int question) { return question > 4; };
+    const auto start = Clock::now();
+    EXPECT_EQ(runScript("echo x; exec sleep 20"), OVShellCommandCancelled);
+    EXPECT_LT(Clock::now() - start, 4s) << "three waits";
+    EXPECT_EQ(calls.count("poll"), 3);
+    EXPECT_EQ(calls.count("read"), 0) << "which might never come back";
+}
+
+TEST_P(ShellCommandTest, BlockingReadEndIsReadOnlyWhenPollSaysSo) {
+    calls.fail("setfl", EIO);
+    calls.fail("poll", EINTR, 2);
+    calls.fail("read", EIO, 2);
+    EXPECT_EQ(runScript("echo a; sleep 0.7; echo b; exit 2"), 2);
+    EXPECT_EQ(owner.text(), "a\nb\n");
+    for (std::size_t index = 1; index < events.size(); ++index) {
+        if (events[index] == "read") {
+            EXPECT_EQ(events[index - 1], "poll") << index;
+        }
+    }
+    EXPECT_EQ(log.messages.size(), 2U);
 }
 
 TEST_P(ShellCommandTest, InterruptedReadsAreNoFailure) {
     for (const int error : {EINTR, EAGAIN}) {
-        OVShellCommand each(calls, child());
+        OVShellCommand each(calls);
         Owner own(events);
         calls.fail("read", error, 5);
         EXPECT_EQ(each.runCommandAtPath(kShell, {"-c", "echo x; sleep 0.2; exit 2"}, &own), 2);
@@ -898,12 +1362,33 @@ TEST_P(ShellCommandTest, ReadErrorIsLoggedAndTheLoopGoesOn) {
 
 TEST_P(ShellCommandTest, LastingReadErrorAsksEachTimeAndKeepsAPace) {
     calls.fail("read", EBADF, 1000000);
-    owner.cancels = [](int question) { return question > 4; };
+    owner.cancels = [](int question) { return question > 5; };
     const auto start = Clock::now();
     EXPECT_EQ(command.runCommandAtPath("/bin/sleep", {"100"}, &owner), OVShellCommandCancelled);
-    EXPECT_GE(Clock::now() - start, 1000ms) << "half a second after each but the last";
-    EXPECT_EQ(log.messages.size(), 3U);
-    EXPECT_EQ(owner.questions, 6);
+    EXPECT_GE(Clock::now() - start, 1500ms) << "half a second after each but the last";
+    EXPECT_LT(Clock::now() - start, 2700ms) << "and not a poll besides";
+    EXPECT_EQ(calls.count("poll"), 0);
+    EXPECT_EQ(log.messages.size(), 4U);
+    EXPECT_EQ(owner.questions, 7);
+}
+
+TEST_P(ShellCommandTest, PauseAfterAReadErrorIsTheNextRoundsWaitAndNoOthers) {
+    calls.fail("read", EIO);
+    calls.scriptedReads = {std::nullopt, std::nullopt, "late", std::string(9 * 2048, 'x'), ""};
+    const auto start = Clock::now();
+    EXPECT_EQ(runScript("exit 0"), 0);
+    const auto time = Clock::now() - start;
+    EXPECT_GE(time, 500ms);
+    EXPECT_LT(time, 1400ms);
+    const Events expected = {"ask",  "read",                 // fails
+                             "ask",  "read",                 // behind the pause: nothing yet
+                             "ask",  "read", "poll", "read", // as ever
+                             "chunk"};
+    const auto first = std::find(events.begin(), events.end(), "setfl") + 1;
+    ASSERT_GT(events.end() - first, static_cast<std::ptrdiff_t>(expected.size()));
+    EXPECT_EQ(Events(first, first + static_cast<std::ptrdiff_t>(expected.size())), expected);
+    EXPECT_EQ(owner.chunks.size(), 10U);
+    EXPECT_EQ(log.messages.size(), 1U);
 }
 
 TEST_P(ShellCommandTest, InterruptedWaitIsRepeated) {
@@ -935,7 +1420,7 @@ TEST_P(ShellCommandTest, WorksWithAnyStandardDescriptorsClosed) {
             }
             Events own;
             Owner ownOwner(own);
-            OVShellCommand each(SystemCalls::platform(), child());
+            OVShellCommand each(untracedCalls);
             bool intact = true;
             const NSInteger result = each.runCommandAtPath(kShell, {"-c", "echo out; echo err >&2; exit 3"}, &ownOwner);
             for (int number = 0; number < 3; ++number) {
@@ -998,7 +1483,7 @@ TEST_P(ShellCommandTest, SurvivesAStormOfSignals) {
     const itimerval calm = {};
     ::setitimer(ITIMER_REAL, &storm, nullptr);
     for (int round = 0; round < 20; ++round) {
-        OVShellCommand each(calls, child());
+        OVShellCommand each(calls);
         Owner own(events);
         EXPECT_EQ(
             each.runCommandAtPath(kShell, {"-c", "head -c 300000 /dev/zero | tr '\\0' x; sleep 0.05; exit 2"}, &own),
@@ -1027,14 +1512,14 @@ TEST_P(ShellCommandTest, IsSafeInAHostWithManyBusyThreads) {
     std::atomic<int> good = 0;
     std::vector<std::thread> runners;
     for (int index = 0; index < 3; ++index) {
-        runners.emplace_back([&good] {
+        runners.emplace_back([this, &good] {
             for (int round = 0; round < 40; ++round) {
                 Events own;
                 Owner ownOwner(own);
-                OVShellCommand each(SystemCalls::platform(), child());
+                OVShellCommand each(untracedCalls);
                 // One that is executed, one that reports that it cannot be.
                 good += each.runCommandAtPath("/bin/echo", {"x"}, &ownOwner) == 0 && ownOwner.text() == "x\n" ? 1 : 0;
-                OVShellCommand missing(SystemCalls::platform(), child());
+                OVShellCommand missing(untracedCalls);
                 good += missing.runCommandAtPath("/no/such/program", {}, &ownOwner) == 1 ? 1 : 0;
             }
         });

@@ -1,5 +1,7 @@
 #include "Platform/Linux/LinuxAuthorizationServices.h"
 
+#include "Platform/ChildProcess.h"
+
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -20,8 +22,7 @@ struct ChildPlan {
     int failureEnd; ///< closed by the exec; a byte comes out of it when there was none
 };
 
-// Not instrumented: the exec leaves the frame behind in memory that may be the parent's.
-__attribute__((no_sanitize("address"))) void runChild(void* context) {
+void runChild(void* context) {
     const ChildPlan& plan = *static_cast<const ChildPlan*>(context);
     sigset_t all;
     sigfillset(&all);
@@ -70,7 +71,7 @@ class LinuxAuthorizationServices final : public AuthorizationServices {
         if (status != kAuthorizationSuccess) {
             return status;
         }
-        return startProgram(pathToTool, arguments, SystemCalls::platform(), ChildProcess::platform());
+        return startProgram(pathToTool, arguments, SystemCalls::platform());
     }
 
     std::int32_t free(AuthorizationReference reference, std::uint32_t /*flags*/) override {
@@ -92,7 +93,7 @@ class LinuxAuthorizationServices final : public AuthorizationServices {
 
 } // namespace
 
-std::int32_t startProgram(const char* path, char* const* arguments, SystemCalls& calls, ChildProcess& child) {
+std::int32_t startProgram(const char* path, char* const* arguments, SystemCalls& calls) {
     if (path == nullptr) {
         return kAuthorizationInvalidPointer;
     }
@@ -108,7 +109,7 @@ std::int32_t startProgram(const char* path, char* const* arguments, SystemCalls&
         return kAuthorizationToolExecuteFailure;
     }
     ChildPlan plan = {calls, path, vector.data(), ends[1]};
-    const pid_t started = child.start(calls, runChild, &plan);
+    const pid_t started = forkChild(calls, runChild, &plan);
     calls.close(ends[1]);
     const bool failed = started < 0 || hasFailed(calls, ends[0]);
     calls.close(ends[0]);

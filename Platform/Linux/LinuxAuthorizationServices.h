@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Platform/AuthorizationServices.h"
-#include "Platform/ChildProcess.h"
 #include "Platform/SystemCalls.h"
 
 #include <cstdint>
@@ -11,6 +10,6 @@ namespace orvane {
 /// `AuthorizationServices::executeWithPrivileges` for a process that is root: the program gets this process's user
 /// ids, standard descriptors, working folder and environment, and no signal blocked. Returns once the program
 /// runs or cannot. The child is the caller's to reap, also the one that could not become the program.
-std::int32_t startProgram(const char* path, char* const* arguments, SystemCalls& calls, ChildProcess& child);
+std::int32_t startProgram(const char* path, char* const* arguments, SystemCalls& calls);
 
 } // namespace orvane

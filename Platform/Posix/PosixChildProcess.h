@@ -1,18 +1,13 @@
 #pragma once
 
-#include "Platform/ChildProcess.h"
-
-#include <cstddef>
+#include <spawn.h>
 
 namespace orvane {
 
-/// Whether a start may let the child use the parent's memory instead of a copy.
-enum class ChildMemory { kCopied, kShared };
+/// The flag by which `posix_spawn` gives the child a session of its own; 0 where it knows none.
+short newSessionFlag();
 
-/// `ChildProcess::start` over `SystemCalls`; a shared start that the system refuses becomes a copied one.
-pid_t startChild(SystemCalls& calls, ChildMemory memory, ChildSteps steps, void* context);
-
-/// `SystemCalls::vfork` of this system.
-pid_t forkSharingMemory(int (*child)(void*), void* context, void* stack, std::size_t stackSize);
+/// Adds that the child keeps the close-on-exec descriptor under its own number.
+int addInheritedDescriptor(posix_spawn_file_actions_t* actions, int descriptor);
 
 } // namespace orvane

@@ -1,6 +1,5 @@
 #include "Platform/Posix/PosixSystemCalls.h"
 
-#include "Platform/Posix/PosixChildProcess.h"
 #include "Platform/Posix/PosixDescriptors.h"
 
 #include <cerrno>
@@ -11,6 +10,8 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+extern char** environ; // NOLINT(readability-redundant-declaration): POSIX leaves it to the program
 
 namespace orvane {
 
@@ -94,8 +95,9 @@ pid_t PosixSystemCalls::fork() {
     return ::fork();
 }
 
-pid_t PosixSystemCalls::vfork(int (*child)(void*), void* context, void* stack, std::size_t stackSize) {
-    return forkSharingMemory(child, context, stack, stackSize);
+int PosixSystemCalls::posix_spawn(pid_t* processID, const char* path, const posix_spawn_file_actions_t* actions,
+                                  const posix_spawnattr_t* attributes, char* const* arguments) {
+    return ::posix_spawn(processID, path, actions, attributes, arguments, environ);
 }
 
 int PosixSystemCalls::sigprocmask(int how, const sigset_t* signals, sigset_t* previous) {

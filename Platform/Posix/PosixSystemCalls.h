@@ -27,7 +27,8 @@ class PosixSystemCalls : public SystemCalls {
     int dup2(int descriptor, int number) override;
     int close(int descriptor) override;
     pid_t fork() override;
-    pid_t vfork(int (*child)(void*), void* context, void* stack, std::size_t stackSize) override;
+    int posix_spawn(pid_t* processID, const char* path, const posix_spawn_file_actions_t* actions,
+                    const posix_spawnattr_t* attributes, char* const* arguments) override;
     int sigprocmask(int how, const sigset_t* signals, sigset_t* previous) override;
     pid_t setsid() override;
     int execv(const char* path, char* const* arguments) override;
