@@ -1281,6 +1281,16 @@ TEST(ChildProcessTest, SpawnThatFailsBecomesAFork) {
     }
 }
 
+TEST(ChildProcessTest, OutputThatStandsWhereAStandardStreamShouldIsForked) {
+    Events events;
+    TracedCalls calls(events, Way::kSpawn);
+    std::string name = "/bin/true";
+    const std::array<char*, 2> words = {name.data(), nullptr};
+    EXPECT_EQ(spawnChild(calls, {name.c_str(), words.data(), 1, 1, 2}), -1);
+    EXPECT_EQ(spawnChild(calls, {name.c_str(), words.data(), 2, 1, 2}), -1);
+    EXPECT_EQ(calls.count("start"), 0);
+}
+
 TEST_P(ShellCommandTest, FlagsThatCannotBeReadDoNotHinderTheRun) {
     calls.fail("getfl", EIO);
     EXPECT_EQ(runScript("echo a; sleep 0.2; echo b; exit 3"), 3);

@@ -35,10 +35,6 @@ short newSessionFlag() {
     return kernelMajorRelease() >= kFirstKernelWithNewSession ? kNewSession : short{0};
 }
 
-int addInheritedDescriptor(posix_spawn_file_actions_t* actions, int descriptor) {
-    return ::posix_spawn_file_actions_addinherit_np(actions, descriptor);
-}
-
 const char* childErrorDescription(int error) {
     return error >= 0 && error < sys_nerr ? sys_errlist[error] : "Unknown error";
 }

@@ -2,15 +2,12 @@
 #include "Platform/Posix/PosixChildProcess.h"
 
 #include <cstring>
+#include <spawn.h>
 
 namespace orvane {
 
 short newSessionFlag() {
     return POSIX_SPAWN_SETSID;
-}
-
-int addInheritedDescriptor(posix_spawn_file_actions_t* actions, int descriptor) {
-    return ::posix_spawn_file_actions_adddup2(actions, descriptor, descriptor);
 }
 
 const char* childErrorDescription(int error) {

@@ -26,12 +26,13 @@ bool addSteps(posix_spawnattr_t* attributes, posix_spawn_file_actions_t* actions
     const short newSession = newSessionFlag();
     sigset_t none;
     sigemptyset(&none);
-    return newSession != 0 &&
+    // A duplicate is not close-on-exec, so the output becomes one of its own duplicates, unless they are the same.
+    return newSession != 0 && program.output != program.standardOutput && program.output != program.standardError &&
            ::posix_spawnattr_setflags(attributes, static_cast<short>(newSession | POSIX_SPAWN_SETSIGMASK)) == 0 &&
            ::posix_spawnattr_setsigmask(attributes, &none) == 0 &&
            ::posix_spawn_file_actions_adddup2(actions, program.output, program.standardOutput) == 0 &&
            ::posix_spawn_file_actions_adddup2(actions, program.output, program.standardError) == 0 &&
-           addInheritedDescriptor(actions, program.output) == 0;
+           ::posix_spawn_file_actions_adddup2(actions, program.standardOutput, program.output) == 0;
 }
 
 } // namespace
