@@ -304,6 +304,13 @@ TEST_F(CleanMail, Line) {
     EXPECT_EQ(commands.lines(), (Lines{line, line}));
 }
 
+TEST_F(CleanMail, HomeOfAnAccountThatIsHardToReadIsFound) {
+    fakeHome.interruptions = 3;
+    fakeHome.leastRoom = 100000;
+    EXPECT_EQ(runner.homeDirectory(), home);
+    EXPECT_EQ(fakeHome.interruptions, 0);
+}
+
 TEST_F(CleanMail, HomeWithABlankIsNotProtected) {
     const test::FakeHome other("/Users/a b");
     EXPECT_EQ(runner.vacuumAppleMailIndex(), 0);

@@ -55,6 +55,18 @@ TEST(StringByExpandingTildeInPathTest, ExpandsTheRealUsersHome) {
     ::setenv("HOME", home.c_str(), 1);
 }
 
+TEST(StringByExpandingTildeInPathTest, ExpandsTheRealUsersHomeWhateverTheEffectiveUser) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can have another effective user id";
+    }
+    const std::string home = ::getpwuid(::getuid())->pw_dir;
+    ASSERT_EQ(::seteuid(1), 0);
+    const std::string expanded = stringByExpandingTildeInPath("~");
+    ASSERT_EQ(::seteuid(0), 0);
+    EXPECT_EQ(expanded, home);
+    EXPECT_NE(expanded, ::getpwuid(1)->pw_dir);
+}
+
 TEST(StringByExpandingTildeInPathTest, ExpandsANamedUsersHome) {
     const std::string name = ::getpwuid(1)->pw_name;
     const std::string home = ::getpwuid(1)->pw_dir;
@@ -65,6 +77,7 @@ TEST(StringByExpandingTildeInPathTest, ExpandsANamedUsersHome) {
 TEST(StringByExpandingTildeInPathTest, LeavesOtherPathsAlone) {
     EXPECT_EQ(stringByExpandingTildeInPath(""), "");
     EXPECT_EQ(stringByExpandingTildeInPath("/a/~"), "/a/~");
+    EXPECT_EQ(stringByExpandingTildeInPath("a/~/b"), "a/~/b");
     EXPECT_EQ(stringByExpandingTildeInPath("a~"), "a~");
     EXPECT_EQ(stringByExpandingTildeInPath("~no-such-user/x"), "~no-such-user/x");
 }

@@ -46,6 +46,19 @@ TEST_F(TextFile, IsOpenedAgainAfterAnInterruption) {
     EXPECT_EQ(read("text").text, "text");
 }
 
+TEST_F(TextFile, IsReadOnAfterAnInterruption) {
+    const std::string large(10000, 'x');
+    calls.fail("read", EINTR, 2, 1);
+    EXPECT_EQ(read(large).text, large);
+}
+
+TEST_F(TextFile, WhoseReadingFailsIsAnError) {
+    calls.fail("read", EIO, 1, 1);
+    const OVTextFile file = read(std::string(10000, 'x'));
+    EXPECT_EQ(file.text, std::nullopt);
+    EXPECT_EQ(file.error, "Input/output error");
+}
+
 TEST_F(TextFile, IsClosedAgain) {
     EXPECT_EQ(read("text").error, "");
     EXPECT_EQ(OVTextFile::read(folder.path, calls).text, std::nullopt);

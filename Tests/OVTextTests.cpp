@@ -18,6 +18,14 @@ TEST(IntValueTest, ReadsLeadingWhiteSpaceSignAndDigits) {
                        "9"),
               9)
         << "no-break and ideographic space";
+    for (const std::string blank : {"\xC2\x85", "\xE1\x9A\x80", "\xE2\x80\x80", "\xE2\x80\x8A", "\xE2\x80\xA8",
+                                    "\xE2\x80\xA9", "\xE2\x80\xAF", "\xE2\x81\x9F"}) {
+        EXPECT_EQ(intValue(blank + "6"), 6) << blank;
+    }
+    for (const std::string other :
+         {"\x08", "\x0E", "\xC2\x84", "\xC2\x86", "\xE2\x80\x8B", "\xE2\x80\xA7", "\xE2\x80\xAA", "\xE3\x80\x81"}) {
+        EXPECT_EQ(intValue(other + "6"), 0) << other;
+    }
     EXPECT_EQ(intValue("0012"), 12);
 }
 

@@ -125,6 +125,9 @@ class HookedCalls final : public PosixSystemCalls {
         opened.emplace_back(flags, mode);
         return failed("open") ? -1 : PosixSystemCalls::open(path, flags, mode);
     }
+    ssize_t read(int descriptor, void* bytes, std::size_t count) override {
+        return failed("read") ? -1 : PosixSystemCalls::read(descriptor, bytes, count);
+    }
     ssize_t write(int descriptor, const void* bytes, std::size_t count) override {
         if (failed("write")) {
             return writeResult;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <pwd.h>
 #include <string>
 #include <sys/types.h>
 
@@ -16,9 +18,15 @@ class FakeHome {
     FakeHome& operator=(const FakeHome&) = delete;
     ~FakeHome();
 
+    /// What `getpwuid_r` does for the user.
+    int lookUp(passwd* account, char* room, std::size_t size, passwd** found);
+
+    int interruptions = 0;     ///< how many look-ups a signal interrupts before one answers
+    std::size_t leastRoom = 0; ///< what the account takes
+
   private:
     std::string folder_;
-    char* previous_;
+    FakeHome* previous_;
 };
 
 } // namespace orvane::test
