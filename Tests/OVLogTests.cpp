@@ -146,19 +146,29 @@ TEST(OVLogTest, SettingASinkAnswersWithTheOneBefore) {
     EXPECT_EQ(OVSetLogSink(&first), &first) << "the second gave back what it found";
 }
 
+/// Leaves another error number behind, as whatever writes a message may.
+class SpoilingSink final : public OVLogSink {
+  public:
+    void logMessage(const char* /*message*/) override { errno = EIO; }
+};
+
 TEST(OVLogTest, KeepsErrno) {
-    int builtIn = 0;
-    {
-        Streams streams;
-        errno = ENOTDIR;
-        OVLog("anything");
-        builtIn = errno;
-    }
+    const int saved = ::dup(STDERR_FILENO);
+    ::close(STDERR_FILENO); // so that the line itself fails
+    errno = ENOTDIR;
+    OVLog("anything");
+    const int builtIn = errno;
+    ::dup2(saved, STDERR_FILENO);
+    ::close(saved);
     EXPECT_EQ(builtIn, ENOTDIR);
-    testing::RecordingLog log;
+
+    SpoilingSink sink;
+    OVLogSink* const before = OVSetLogSink(&sink);
     errno = EXDEV;
     OVLog("anything");
-    EXPECT_EQ(errno, EXDEV);
+    const int spoilt = errno;
+    OVSetLogSink(before);
+    EXPECT_EQ(spoilt, EXDEV);
 }
 
 TEST(OVAssertDeathTest, AFailedAssertionReportsAndStopsWhateverTheBuild) {
