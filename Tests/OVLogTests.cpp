@@ -1,5 +1,6 @@
 #include "Support/OVLog.h"
 
+#include "Platform/Process.h"
 #include "Support/OVAssert.h"
 #include "Tests/Fakes/RecordingLog.h"
 
@@ -77,7 +78,7 @@ TEST(OVLogTest, WritesOneWholeLineToStandardErrorInTheLogsLayout) {
     EXPECT_TRUE(::testing::internal::RE::FullMatch(
         errors[0], "[0-9][0-9][0-9][0-9]-[0-9][0-9]-[0-9][0-9] [0-9][0-9]:[0-9][0-9]:[0-9][0-9]\\.[0-9][0-9][0-9] "
                    "[^ []+\\[" +
-                       pid + ":[0-9]+\\] error 13 of thing\n"))
+                       pid + ":" + std::to_string(Process::current().threadID()) + "\\] error 13 of thing\n"))
         << errors[0];
 }
 
