@@ -93,6 +93,7 @@ TEST_F(LocaleTest, AProcesssOwnLocaleDoesNotShowInFormattedNumbers) {
         ASSERT_NE(std::setlocale(LC_NUMERIC, name), nullptr);
         EXPECT_EQ(localizedStringWithFormat("%.2f KB.", 1.5, "."), "1.50 KB.");
         EXPECT_EQ(localizedStringWithFormat("%.1e", 1500.0, "."), "1.5e+03");
+        EXPECT_EQ(localizedStringWithFormat("%'d", 1234567), "1234567");
         std::string text;
         appendTenths(text, 1e20, ".");
         EXPECT_EQ(text, "100000000000000000000.0");

@@ -773,6 +773,13 @@ TEST_F(RealCommands, NewlinesQuotesAndBackslashesAreNotProtected) {
     EXPECT_EQ(owner.output.find("</it's>"), std::string::npos);
 }
 
+TEST_F(RealCommands, TellWhichProcessRan) {
+    const CommandRunner::Outcome outcome =
+        CommandRunner::shellCommands().runCommandAtPath("/bin/sh", {"-c", "echo $$; exit 5"}, &runner);
+    EXPECT_EQ(outcome.result, 5);
+    EXPECT_EQ(owner.output, std::to_string(outcome.processID) + "\n");
+}
+
 TEST_F(RealCommands, ForcedDeletionRemovesFilesAndFolders) {
     folder.makeFile("a b.txt");
     folder.makeFolder("tree/deep");
