@@ -30,8 +30,31 @@ constexpr const char* kNoHome = "/";
 /// Where a task works: a folder of root's in which systems keep nothing.
 constexpr const char* kEmptyFolder = "/var/empty";
 
-/// What a descriptor limit falls back to where the system has a ceiling of its own below the hard limit.
-constexpr rlim_t kDescriptorCeiling = 10240;
+constexpr rlim_t kMebibyte = 1U << 20U;
+
+/// A limit that the caller may have lowered to cut a task short.
+struct Limit {
+    int resource;
+    const char* text;
+    rlim_t wanted; ///< the soft limit becomes this at least, the hard one the highest that the system accepts
+    rlim_t floor;  ///< below it no task is started, because it could lose a file
+};
+
+constexpr std::array kLimits = {
+    // Lines move files away and back: a copy that is cut short loses one, and so does a shell that is ended half-way.
+    Limit{RLIMIT_FSIZE, "file size", RLIM_INFINITY, RLIM_INFINITY},
+    Limit{RLIMIT_CPU, "processor time", RLIM_INFINITY, RLIM_INFINITY},
+    // A program without memory fails, and the line goes on to the next: enough for any program of the lines.
+    Limit{RLIMIT_DATA, "data size", RLIM_INFINITY, 64 * kMebibyte},
+    Limit{RLIMIT_AS, "address space", RLIM_INFINITY, 256 * kMebibyte},
+    // A command's arguments may take a quarter of it. "No limit" would make Linux place a program's memory less at
+    // random.
+    Limit{RLIMIT_STACK, "stack size", 8 * kMebibyte, kMebibyte},
+    // The most that macOS accepts for the soft one. Programs that walk a deep folder hold some tens of descriptors.
+    Limit{RLIMIT_NOFILE, "open files", 10240, 64},
+    // Root is exempt, but not the root of a container; other processes of root's count as well.
+    Limit{RLIMIT_NPROC, "processes", RLIM_INFINITY, 64},
+};
 
 [[noreturn]] void refuse(const char* what) {
     OVLog("Command-line tool: %s: error %d", what, errno);
@@ -163,16 +186,18 @@ void addKeptValues(Environment& environment) {
     }
 }
 
-/// Raises the soft limit as near to `soft` as the hard one allows; "no limit" is the largest number there is.
-void setSoftLimit(int resource, rlim_t soft) {
-    rlimit limit = {};
-    if (::getrlimit(resource, &limit) != 0) {
+void raiseLimit(const Limit& limit) {
+    rlimit now = {};
+    if (::getrlimit(limit.resource, &now) != 0) {
         return;
     }
-    const rlim_t wanted = std::min(soft, limit.rlim_max);
-    if (limit.rlim_cur < wanted) {
-        limit.rlim_cur = wanted;
-        ::setrlimit(resource, &limit);
+    const rlim_t soft = std::max(now.rlim_cur, limit.wanted); // "no limit" is the largest number there is
+    // The best that is accepted: systems have ceilings of their own, and root may lack the right to raise a hard limit.
+    for (const rlimit best : {rlimit{soft, RLIM_INFINITY}, rlimit{soft, std::max(soft, now.rlim_max)},
+                              rlimit{std::min(soft, now.rlim_max), now.rlim_max}}) {
+        if (::setrlimit(limit.resource, &best) == 0) {
+            return;
+        }
     }
 }
 
@@ -180,12 +205,22 @@ void setSoftLimit(int resource, rlim_t soft) {
 void raiseLimits() {
     const rlimit noCore = {0, 0};
     ::setrlimit(RLIMIT_CORE, &noCore);
-    // Where "no limit" is refused for open files, this first step stays.
-    setSoftLimit(RLIMIT_NOFILE, kDescriptorCeiling);
-    for (const int resource :
-         {static_cast<int>(RLIMIT_FSIZE), static_cast<int>(RLIMIT_CPU), static_cast<int>(RLIMIT_DATA),
-          static_cast<int>(RLIMIT_AS), static_cast<int>(RLIMIT_NPROC), static_cast<int>(RLIMIT_NOFILE)}) {
-        setSoftLimit(resource, RLIM_INFINITY);
+    for (const Limit& limit : kLimits) {
+        raiseLimit(limit);
+    }
+}
+
+/// Ends the process where a limit that could not be raised is too low for a task.
+void refuseLowLimits() {
+    for (const Limit& limit : kLimits) {
+        rlimit now = {};
+        if (::getrlimit(limit.resource, &now) == 0 && now.rlim_cur >= limit.floor) {
+            continue;
+        }
+        ::signal(SIGXFSZ, SIG_IGN); // where standard error is a file, the line may be too long for it
+        OVLog("Command-line tool: the caller's limit of %s is too low and cannot be raised, nothing was run",
+              limit.text);
+        std::_Exit(EXIT_FAILURE);
     }
 }
 
@@ -242,6 +277,7 @@ void prepareForTask(uid_t realUserID) {
     if (realUserID == 0) {
         return;
     }
+    refuseLowLimits();
     resetRealTimeSignals();
     Environment& environment = Environment::shared();
     const passwd* const account = ::getpwuid(realUserID); // NOLINT(concurrency-mt-unsafe): there is one thread

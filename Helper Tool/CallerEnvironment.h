@@ -13,8 +13,8 @@
 namespace orvane {
 
 /// Makes the process safe when the real user is not root: timers, signals, environment, limits, descriptors,
-/// umask and working directory, in that order. Root's own settings are left alone. Must be the process's
-/// first act.
+/// umask and working directory, in that order. Limits are raised, hard and soft, as far as the system lets root. Root's
+/// own settings are left alone. Must be the process's first act.
 ///
 /// Returns the real user id, which `setuid(0)` will overwrite. Ends the process with status 1 when it cannot
 /// be made safe.
@@ -23,6 +23,9 @@ uid_t secureProcessFromCaller();
 /// The rest of it, for a process that was made safe and in which a task will run, so that a start that runs none does
 /// not pay for it: real-time signals at their default actions, and `HOME`, `USER` and `LOGNAME` of the real user, from
 /// the password database, whose look-up reads files and may load code. Root's own settings are left alone.
+///
+/// Ends the process with status 1 when a limit of the caller's that could not be raised is so low that a task could lose
+/// a file for it.
 void prepareForTask(uid_t realUserID);
 
 /// Whether a caller's environment value may be kept: a locale's or terminal's name, which no program takes

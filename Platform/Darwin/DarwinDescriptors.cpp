@@ -1,9 +1,30 @@
 #include "Platform/Posix/PosixDescriptors.h"
 
+#include <cstddef>
 #include <fcntl.h>
+#include <libproc.h>
 #include <unistd.h>
 
 namespace orvane {
+
+std::optional<std::vector<int>> openDescriptors() {
+    // Asked without room, the kernel tells how much it would like.
+    const int room = ::proc_pidinfo(::getpid(), PROC_PIDLISTFDS, 0, nullptr, 0);
+    if (room <= 0) {
+        return std::nullopt;
+    }
+    std::vector<proc_fdinfo> list(static_cast<std::size_t>(room) / sizeof(proc_fdinfo));
+    const int size = ::proc_pidinfo(::getpid(), PROC_PIDLISTFDS, 0, list.data(), room);
+    if (size <= 0) {
+        return std::nullopt;
+    }
+    list.resize(static_cast<std::size_t>(size) / sizeof(proc_fdinfo));
+    std::vector<int> open;
+    for (const proc_fdinfo& entry : list) {
+        open.push_back(entry.proc_fd);
+    }
+    return open;
+}
 
 // There is no pipe2, and F_DUPFD_CLOEXEC is newer than the oldest system served: the flag is set right after.
 

@@ -26,9 +26,7 @@ class DarwinProcess final : public Process {
                         static_cast<long>(info.pbi_start_tvusec) * kNanosecondsOfMicrosecond};
     }
 
-    bool closeDescriptorsFrom(int first) override {
-        return closeListedDescriptors("/dev/fd", first) || closeDescriptorsUpToLimit(first);
-    }
+    bool closeDescriptorsFrom(int first) override { return closeListedDescriptors(first, openDescriptors, ::close); }
 };
 
 } // namespace

@@ -61,7 +61,7 @@ class LinuxProcess final : public Process {
             return true;
         }
 #endif
-        return closeListedDescriptors("/proc/self/fd", first) || closeDescriptorsUpToLimit(first);
+        return closeListedDescriptors(first, openDescriptors, ::close);
     }
 };
 

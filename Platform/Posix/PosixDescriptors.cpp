@@ -1,46 +1,31 @@
 #include "Platform/Posix/PosixDescriptors.h"
 
 #include <cerrno>
-#include <cstdlib>
-#include <dirent.h>
-#include <sys/resource.h>
+#include <cstddef>
+#include <limits>
 #include <unistd.h>
 
 namespace orvane {
 
-bool closeListedDescriptors(const char* folder, int first) {
-    DIR* const directory = ::opendir(folder);
-    if (directory == nullptr) {
-        return false;
-    }
-    const int own = __extension__ dirfd(directory); // a macro with GNU extensions on older macOS, hence no ::
-    bool closedSome = true;
-    // Closing while reading may make the folder skip entries, so it is read again until nothing is left.
-    while (closedSome) {
-        closedSome = false;
-        ::rewinddir(directory);
-        while (const dirent* const entry = ::readdir(directory)) { // NOLINT(concurrency-mt-unsafe)
-            char* end = nullptr;
-            const long number = std::strtol(entry->d_name, &end, 10);
-            if (end == entry->d_name || *end != '\0' || number < first || number == own) {
-                continue;
-            }
-            closedSome = ::close(static_cast<int>(number)) == 0 || closedSome;
+bool closeListedDescriptors(int first, std::optional<std::vector<int>> (*list)(), int (*close)(int)) {
+    std::size_t left = std::numeric_limits<std::size_t>::max();
+    for (;;) {
+        std::optional<std::vector<int>> open = list();
+        if (!open) {
+            return false;
+        }
+        std::erase_if(*open, [&](int descriptor) { return descriptor < first; });
+        if (open->empty()) {
+            return true;
+        }
+        if (open->size() >= left) {
+            return false;
+        }
+        left = open->size();
+        for (const int descriptor : *open) {
+            close(descriptor);
         }
     }
-    ::closedir(directory);
-    return true;
-}
-
-bool closeDescriptorsUpToLimit(int first) {
-    rlimit limit = {};
-    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_max == RLIM_INFINITY) {
-        return false;
-    }
-    for (auto number = static_cast<rlim_t>(first); number < limit.rlim_max; ++number) {
-        ::close(static_cast<int>(number));
-    }
-    return true;
 }
 
 int openPipe(int* ends) {

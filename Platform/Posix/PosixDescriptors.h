@@ -1,15 +1,17 @@
 #pragma once
 
+#include <optional>
+#include <vector>
+
 namespace orvane {
 
-/// Closes the descriptors from `first` on that the folder lists (`/proc/self/fd`, `/dev/fd`); false when the
-/// folder cannot be read.
-bool closeListedDescriptors(const char* folder, int first);
+/// The numbers of the process's open descriptors, without one that the listing itself has open; nothing when the system
+/// does not tell them.
+std::optional<std::vector<int>> openDescriptors();
 
-/// Closes every number from `first` to the hard limit of open files: slow, and blind to descriptors opened
-/// before that limit was lowered, so only for systems that can list nothing. False when there is no limit to
-/// count to.
-bool closeDescriptorsUpToLimit(int first);
+/// Closes the listed descriptors from `first` on, and lists again, until none is left. False when there is no list, or
+/// when closing does not make it shorter.
+bool closeListedDescriptors(int first, std::optional<std::vector<int>> (*list)(), int (*close)(int));
 
 /// `pipe`, with both ends close-on-exec and above the three standard numbers. -1 with `errno` set, and
 /// nothing left open, when either cannot be had.

@@ -3,9 +3,16 @@
 #include "Tests/Stage/StageTest.h"
 
 #include <array>
+#include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <fcntl.h>
+#include <linux/capability.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/mount.h>
 #include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -97,15 +104,32 @@ TEST_F(StageHardeningTest, AUserWithoutAnAccountGetsNobodysHome) {
     EXPECT_EQ(recordedRun(start).environment, (Strings{"PATH=/usr/bin:/bin:/usr/sbin:/sbin", "HOME=/"}));
 }
 
+TEST_F(StageHardeningTest, AHomeThatIsNotAnAbsolutePathIsNobodys) {
+    write("/etc/passwd", read("/etc/passwd") + "eve:*:777:20:Eve:Users/ann:/bin/bash\n");
+    Start start;
+    start.user = 777;
+    start.environment = Strings{};
+    EXPECT_EQ(recordedRun(start).environment,
+              (Strings{"PATH=/usr/bin:/bin:/usr/sbin:/sbin", "HOME=/", "USER=eve", "LOGNAME=eve"}));
+}
+
 TEST_F(StageHardeningTest, AThousandKeptNamesAreOneEach) {
     Start start;
     Strings environment;
     for (int count = 0; count < 1000; ++count) {
         environment.push_back("LC_TIME=C" + std::to_string(count));
     }
-    environment.emplace_back("LC_" + std::string(30, 'A') + "=C"); // no category is that long
     start.environment = environment;
     EXPECT_EQ(recordedRun(start).environment, (Strings{"PATH=/usr/bin:/bin:/usr/sbin:/sbin", "LC_TIME=C0",
+                                                       "HOME=/Users/ann", "USER=ann", "LOGNAME=ann"}));
+}
+
+TEST_F(StageHardeningTest, ANameLongerThanAnyCategoryIsNotKept) {
+    const std::string longest = "LC_" + std::string(29, 'A') + "=C";
+    Start start;
+    start.environment =
+        Strings{longest, "LC_" + std::string(30, 'B') + "=C", "LC_" + std::string(61, 'C') + "=C", "LC_TIME=C"};
+    EXPECT_EQ(recordedRun(start).environment, (Strings{"PATH=/usr/bin:/bin:/usr/sbin:/sbin", longest, "LC_TIME=C",
                                                        "HOME=/Users/ann", "USER=ann", "LOGNAME=ann"}));
 }
 
@@ -178,21 +202,67 @@ TEST_F(StageHardeningTest, ClosedStandardDescriptorsAreOpenOnNothing) {
     }
 }
 
+/// Leaves descriptors open, one of them above the limits, hard and soft.
+void leaveDescriptorsOpen() {
+    for (const int descriptor : {3, 4, 17, 63, 900}) {
+        ::dup2(STDIN_FILENO, descriptor);
+    }
+    const rlimit low = {64, 64};
+    ::setrlimit(RLIMIT_NOFILE, &low);
+}
+
+Strings numbers(const std::map<int, std::string>& descriptors) {
+    Strings result;
+    for (const auto& [number, target] : descriptors) {
+        result.push_back(std::to_string(number));
+    }
+    return result;
+}
+
+/// Makes the kernel one that does not know close_range, for this process and all that it becomes.
+void takeCloseRangeAway() {
+    std::array<sock_filter, 4> filter = {
+        sock_filter BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        sock_filter BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_close_range, 0, 1),
+        sock_filter BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
+        sock_filter BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    const sock_fprog program = {filter.size(), filter.data()};
+    if (::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0 || ::syscall(SYS_close_range, 5000, 5000, 0) == 0) {
+        ::_exit(125);
+    }
+}
+
 TEST_F(StageHardeningTest, FurtherDescriptorsAreClosedThoseAboveTheLimitToo) {
     Start start;
-    start.beforeExec = [] {
-        for (const int descriptor : {3, 4, 17, 63, 900}) {
-            ::dup2(STDIN_FILENO, descriptor);
-        }
-        const rlimit low = {8, 8};
-        ::setrlimit(RLIMIT_NOFILE, &low);
-    };
-    const auto descriptors = recordedRun(start).descriptors;
-    Strings numbers;
-    for (const auto& [number, target] : descriptors) {
-        numbers.push_back(std::to_string(number));
+    start.beforeExec = leaveDescriptorsOpen;
+    EXPECT_EQ(numbers(recordedRun(start).descriptors), (Strings{"0", "1", "2"}));
+}
+
+TEST_F(StageHardeningTest, WithoutCloseRangeTheyAreFoundInTheListOfOpenOnes) {
+    ORVANE_NEEDS("proc");
+    Start start;
+    start.asRoot = takeCloseRangeAway;
+    start.beforeExec = leaveDescriptorsOpen;
+    EXPECT_EQ(numbers(recordedRun(start).descriptors), (Strings{"0", "1", "2"}));
+}
+
+TEST_F(StageHardeningTest, DescriptorsThatCannotBeFoundKeepTheTaskFromRunning) {
+    if (capability("proc") == "yes") {
+        ASSERT_EQ(::umount2("/proc", MNT_DETACH), 0);
     }
-    EXPECT_EQ(numbers, (Strings{"0", "1", "2"}));
+    recordShell();
+    Start start;
+    start.words = {"csc"};
+    start.asRoot = takeCloseRangeAway;
+    start.beforeExec = leaveDescriptorsOpen;
+    const Result result = run(start);
+    EXPECT_EQ(result.exitCode(), 1);
+    EXPECT_NE(result.errors.find("] Command-line tool: cannot close inherited descriptors: error "), std::string::npos)
+        << result.errors;
+    EXPECT_EQ(lines(result.errors).size(), 1U);
+    EXPECT_EQ(result.output, "");
+    EXPECT_TRUE(recorded().empty());
 }
 
 TEST_F(StageHardeningTest, IgnoredAndBlockedSignalsAreDefaultAgain) {
@@ -224,44 +294,48 @@ TEST_F(StageHardeningTest, PendingSignalsOfTheCallerDoNotEndTheTask) {
     recordedRun(start);
 }
 
-TEST_F(StageHardeningTest, TimersOfTheCallerAreCancelled) {
+/// The timers of processor time go on with the tool, which uses next to none: CallerTimersTest looks at those.
+TEST_F(StageHardeningTest, ATimerOfTheCallersDoesNotEndTheTask) {
     Start start;
     start.words = {"removeTemporary"}; // takes more than a second
     start.beforeExec = [] {
         itimerval soon = {};
         soon.it_interval = {0, 300000};
         soon.it_value = {0, 300000};
-        for (const auto timer : {ITIMER_REAL, ITIMER_VIRTUAL, ITIMER_PROF}) {
-            ::setitimer(timer, &soon, nullptr);
-        }
+        ::setitimer(ITIMER_REAL, &soon, nullptr);
     };
     const Result result = run(start);
     EXPECT_EQ(result.signal(), 0);
     EXPECT_EQ(result.exitCode(), 0);
     withoutFrame(result.output);
-    EXPECT_FALSE(recordedRun(start).hasTimers);
 }
 
-TEST_F(StageHardeningTest, SoftLimitsAreRaisedToTheHardOnesAndCoresAreOff) {
-    constexpr rlim_t kHardSize = 1 << 25;
+void lower(int resource, rlim_t soft, std::optional<rlim_t> hard = std::nullopt) {
+    rlimit limit = {};
+    ::getrlimit(static_cast<__rlimit_resource>(resource), &limit);
+    limit = {soft, hard.value_or(limit.rlim_max)};
+    if (::setrlimit(static_cast<__rlimit_resource>(resource), &limit) != 0) {
+        ::_exit(125);
+    }
+}
+
+/// Root without the right to raise a hard limit, as in many a container.
+void cannotRaiseHardLimits() {
+    if (::prctl(PR_CAPBSET_DROP, CAP_SYS_RESOURCE) != 0) {
+        ::_exit(125);
+    }
+}
+
+TEST_F(StageHardeningTest, SoftLimitsAreRaisedWhereTheHardOnesStay) {
     Start start;
     start.asRoot = [] {
-        const rlimit files = {4096, 4096};
-        ::setrlimit(RLIMIT_NOFILE, &files);
-        const rlimit sizes = {kHardSize, kHardSize};
-        ::setrlimit(RLIMIT_FSIZE, &sizes);
-        const rlimit cores = {RLIM_INFINITY, RLIM_INFINITY};
-        ::setrlimit(RLIMIT_CORE, &cores);
+        cannotRaiseHardLimits();
+        lower(RLIMIT_NOFILE, 4096, 4096);
     };
     start.beforeExec = [] {
-        const auto lower = [](auto resource, rlim_t soft) {
-            rlimit limit = {};
-            ::getrlimit(resource, &limit);
-            limit.rlim_cur = soft;
-            ::setrlimit(resource, &limit);
-        };
         lower(RLIMIT_FSIZE, 0);
         lower(RLIMIT_CPU, 5);
+        lower(RLIMIT_STACK, 256U << 10U);
         lower(RLIMIT_NPROC, 1);
         lower(RLIMIT_NOFILE, 8);   // fewer, and the program loader fails
 #if !defined(__SANITIZE_ADDRESS__) // whose shadow memory is larger
@@ -274,10 +348,122 @@ TEST_F(StageHardeningTest, SoftLimitsAreRaisedToTheHardOnesAndCoresAreOff) {
         const rlimit limit = seen.limits.at(resource);
         EXPECT_EQ(limit.rlim_cur, limit.rlim_max) << resource;
     }
-    EXPECT_EQ(seen.limits.at(RLIMIT_NOFILE).rlim_max, 4096U) << "the hard limits are not the tool's to change";
-    EXPECT_EQ(seen.limits.at(RLIMIT_FSIZE).rlim_max, kHardSize);
-    EXPECT_EQ(seen.limits.at(RLIMIT_CORE).rlim_cur, 0U);
-    EXPECT_EQ(seen.limits.at(RLIMIT_CORE).rlim_max, 0U);
+    EXPECT_EQ(seen.limits.at(RLIMIT_NOFILE).rlim_max, 4096U);
+    EXPECT_EQ(seen.limits.at(RLIMIT_STACK).rlim_cur, 8U << 20U) << "more would cost randomness";
+}
+
+TEST_F(StageHardeningTest, MoreOpenFilesThanTheToolWantsAreLeft) {
+    Start start;
+    start.asRoot = [] { lower(RLIMIT_NOFILE, 12000, 13000); };
+    EXPECT_EQ(recordedRun(start).limits.at(RLIMIT_NOFILE).rlim_cur, 12000U);
+}
+
+TEST_F(StageHardeningTest, CoreFilesAreOffForGood) {
+    Start start;
+    start.beforeExec = [] {
+        rlimit cores = {};
+        ::getrlimit(RLIMIT_CORE, &cores);
+        if (cores.rlim_max == 0) {
+            ::_exit(125); // where this machine allows none, there is nothing to see
+        }
+        lower(RLIMIT_CORE, cores.rlim_max);
+    };
+    const rlimit cores = recordedRun(start).limits.at(RLIMIT_CORE);
+    EXPECT_EQ(cores.rlim_cur, 0U);
+    EXPECT_EQ(cores.rlim_max, 0U);
+}
+
+struct LowLimit {
+    int resource;
+    rlim_t lowest; ///< with which a task is started
+    const char* text;
+};
+
+constexpr std::array kLowLimits = {
+    LowLimit{RLIMIT_FSIZE, RLIM_INFINITY, "file size"},
+    LowLimit{RLIMIT_CPU, RLIM_INFINITY, "processor time"},
+#if !defined(__SANITIZE_ADDRESS__)
+    LowLimit{RLIMIT_DATA, 64U << 20U, "data size"},
+    LowLimit{RLIMIT_AS, 256U << 20U, "address space"},
+#endif
+    LowLimit{RLIMIT_STACK, 1U << 20U, "stack size"},
+    LowLimit{RLIMIT_NOFILE, 64, "open files"},
+    LowLimit{RLIMIT_NPROC, 64, "processes"},
+};
+
+/// As ann could start it, who keeps her pictures in a folder that `csc` empties, for each kind of task.
+TEST_F(StageHardeningTest, NoTaskIsStartedUnderAHardLimitThatIsTooLow) {
+    const Strings caches = namesIn("/Library/Caches");
+    recordShell();
+    for (const LowLimit& low : kLowLimits) {
+        for (const Strings& words : {Strings{"csc"}, Strings{"feat"}, Strings{"killProcess"}}) {
+            Start start;
+            start.words = words;
+            start.asRoot = cannotRaiseHardLimits;
+            start.beforeExec = [&] {
+                const rlim_t tooLow = low.lowest == RLIM_INFINITY ? 1U << 30U : low.lowest - 1;
+                lower(low.resource, tooLow, tooLow);
+            };
+            const Result result = run(start);
+            EXPECT_EQ(result.exitCode(), 1) << low.text << " signal " << result.signal();
+            EXPECT_EQ(result.output, "");
+            EXPECT_TRUE(result.errors.ends_with(std::string("] Command-line tool: the caller's limit of ") + low.text +
+                                                " is too low and cannot be raised, nothing was run\n"))
+                << low.text << result.errors;
+            EXPECT_EQ(lines(result.errors).size(), 1U) << result.errors;
+        }
+    }
+    EXPECT_TRUE(recorded().empty());
+    EXPECT_EQ(namesIn("/Library/Caches"), caches);
+    EXPECT_TRUE(exists("/Users/ann/.Trash/Old draft.txt"));
+}
+
+TEST_F(StageHardeningTest, ATaskIsStartedUnderTheLowestHardLimits) {
+    Start start;
+    start.asRoot = cannotRaiseHardLimits;
+    start.beforeExec = [] {
+        for (const LowLimit& low : kLowLimits) {
+            lower(low.resource, low.lowest, low.lowest);
+        }
+    };
+    const Recorded seen = recordedRun(start);
+    for (const LowLimit& low : kLowLimits) {
+        EXPECT_EQ(seen.limits.at(low.resource).rlim_cur, low.lowest) << low.text;
+        EXPECT_EQ(seen.limits.at(low.resource).rlim_max, low.lowest) << low.text;
+    }
+}
+
+/// The line of the refusal may itself be more than the limit allows.
+TEST_F(StageHardeningTest, ARefusalThatCannotBeWrittenIsStillOne) {
+    Start start;
+    start.words = {"csc"};
+    start.asRoot = [] {
+        cannotRaiseHardLimits();
+        ::dup2(::open("/stage/errors", O_WRONLY | O_CREAT | O_CLOEXEC, 0600), STDERR_FILENO);
+    };
+    start.beforeExec = [] { lower(RLIMIT_FSIZE, 0, 0); };
+    const Result result = run(start);
+    EXPECT_EQ(result.exitCode(), 1) << "signal " << result.signal();
+    EXPECT_EQ(status("/stage/errors").st_size, 0);
+    EXPECT_TRUE(exists("/Library/Caches/ann_pictureCache.tiff"));
+}
+
+TEST_F(StageHardeningTest, WhatRunsNoTaskNeedsNoLimit) {
+    const auto runLimited = [](const Strings& words) {
+        Start start;
+        start.words = words;
+        start.asRoot = cannotRaiseHardLimits;
+        start.beforeExec = [] {
+            lower(RLIMIT_FSIZE, 0, 0);
+            lower(RLIMIT_NOFILE, 16, 16);
+        };
+        return run(start).exitCode();
+    };
+    EXPECT_EQ(runLimited({}), 0);
+    EXPECT_EQ(runLimited({"noSuchTask"}), 255);
+    EXPECT_EQ(runLimited({"surrenderPriviliges"}), 0);
+    EXPECT_EQ(modeOf(kTool), 0500U);
+    EXPECT_EQ(status(kTool).st_uid, kAnn);
 }
 
 TEST_F(StageHardeningTest, MaskAndFolderAreTheToolsOwn) {
@@ -293,14 +479,20 @@ TEST_F(StageHardeningTest, MaskAndFolderAreTheToolsOwn) {
 }
 
 TEST_F(StageHardeningTest, WithoutAnEmptyFolderOfRootsTheTaskWorksInTheRootFolder) {
-    ASSERT_EQ(::chmod("/var/empty", 0777), 0);
-    EXPECT_EQ(recordedRun({}).folder, "/");
-    ::unlink("/stage/record");
+    const auto folder = [] {
+        ::unlink("/stage/record");
+        return recordedRun({}).folder;
+    };
+    EXPECT_EQ(folder(), "/private/var/empty");
+    for (const mode_t mode : {0775U, 0757U, 0777U}) {
+        ASSERT_EQ(::chmod("/var/empty", mode), 0);
+        EXPECT_EQ(folder(), "/") << std::oct << mode;
+    }
+    ASSERT_EQ(::chmod("/var/empty", 0755), 0);
+    ASSERT_EQ(::chown("/var/empty", kAnn, 0), 0);
+    EXPECT_EQ(folder(), "/") << "somebody else's";
     ASSERT_EQ(::rmdir("/var/empty"), 0);
-    Start start;
-    start.words = {"csc"};
-    EXPECT_EQ(run(start).exitCode(), 0);
-    EXPECT_EQ(recorded().at(0).folder, "/");
+    EXPECT_EQ(folder(), "/");
 }
 
 TEST_F(StageHardeningTest, WithoutNullDeviceNothingIsRun) {
@@ -325,8 +517,8 @@ TEST_F(StageHardeningTest, RootsOwnSettingsAreLeftAlone) {
         ::signal(SIGUSR1, SIG_IGN);
         ::umask(077);
         ASSERT_EQ(::chdir("/var/root/work"), 0);
-        const rlimit limit = {100, 200};
-        ::setrlimit(RLIMIT_NOFILE, &limit);
+        lower(RLIMIT_NOFILE, 40, 200);
+        lower(RLIMIT_FSIZE, 1U << 20U, 1U << 21U);
     };
     const Recorded seen = recordedRun(start);
     EXPECT_EQ(seen.environment, *start.environment);
@@ -334,7 +526,10 @@ TEST_F(StageHardeningTest, RootsOwnSettingsAreLeftAlone) {
     EXPECT_EQ(seen.ignoredSignals, (std::vector<int>{SIGUSR1}));
     EXPECT_EQ(seen.mask, 077U);
     EXPECT_EQ(seen.folder, "/private/var/root/work");
-    EXPECT_EQ(seen.limits.at(RLIMIT_NOFILE).rlim_cur, 100U);
+    EXPECT_EQ(seen.limits.at(RLIMIT_NOFILE).rlim_cur, 40U) << "too low for another caller";
+    EXPECT_EQ(seen.limits.at(RLIMIT_NOFILE).rlim_max, 200U);
+    EXPECT_EQ(seen.limits.at(RLIMIT_FSIZE).rlim_cur, 1U << 20U);
+    EXPECT_EQ(seen.limits.at(RLIMIT_FSIZE).rlim_max, 1U << 21U);
 }
 
 TEST_F(StageHardeningTest, AnArgumentThatARootShellWouldActOnIsRefused) {

@@ -11,7 +11,6 @@
 #include <iostream>
 #include <poll.h>
 #include <sstream>
-#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -106,13 +105,6 @@ void record(int argc, char* argv[]) {
     uid_t saved = 0;
     ::getresuid(&real, &effective, &saved);
     out << "users" << '\0' << real << ' ' << effective << ' ' << saved << '\0';
-    for (const auto timer : {ITIMER_REAL, ITIMER_VIRTUAL, ITIMER_PROF}) {
-        itimerval value = {};
-        ::getitimer(timer, &value);
-        if (value.it_value.tv_sec != 0 || value.it_value.tv_usec != 0) {
-            out << "timer" << '\0' << "set" << '\0';
-        }
-    }
     const mode_t mask = ::umask(0);
     std::array<char, 4096> folderName = {};
     out << "mask" << '\0' << mask << '\0' << "folder" << '\0' << ::getcwd(folderName.data(), folderName.size()) << '\0';
@@ -311,8 +303,6 @@ std::vector<Recorded> recorded() {
             for (std::string number; fields >> number;) {
                 one.userIDs.push_back(number);
             }
-        } else if (key == "timer") {
-            one.hasTimers = true;
         } else if (key == "mask") {
             fields >> one.mask;
         } else if (key == "folder") {

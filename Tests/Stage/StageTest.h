@@ -75,7 +75,6 @@ struct Recorded {
     std::map<int, rlimit> limits;           ///< by resource
     std::vector<int> blockedSignals;
     std::vector<int> ignoredSignals;
-    bool hasTimers = false;
     mode_t mask = 0;
     std::string folder;
     Strings userIDs; ///< real, effective, saved

@@ -1,0 +1,109 @@
+#include "Platform/Posix/PosixDescriptors.h"
+#include "Tests/ChildOfTest.h"
+
+#include <algorithm>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace orvane {
+namespace {
+
+/// A process's descriptors, some of which may not go.
+struct Table {
+    static inline std::vector<int> open;
+    static inline std::vector<int> stuck;
+    static inline std::vector<int> closed;
+    static inline int lists = 0;
+
+    static std::optional<std::vector<int>> list() {
+        ++lists;
+        return open;
+    }
+
+    static int close(int descriptor) {
+        closed.push_back(descriptor);
+        if (std::find(stuck.begin(), stuck.end(), descriptor) != stuck.end()) {
+            return -1;
+        }
+        std::erase(open, descriptor);
+        return 0;
+    }
+};
+
+class ListedDescriptorsTest : public ::testing::Test {
+  protected:
+    ListedDescriptorsTest() {
+        Table::open = {0, 1, 2, 3, 7, 900};
+        Table::stuck = {};
+        Table::closed = {};
+        Table::lists = 0;
+    }
+};
+
+TEST_F(ListedDescriptorsTest, AreClosedFromTheFirstOn) {
+    EXPECT_TRUE(closeListedDescriptors(3, Table::list, Table::close));
+    EXPECT_EQ(Table::closed, (std::vector<int>{3, 7, 900}));
+    EXPECT_EQ(Table::open, (std::vector<int>{0, 1, 2}));
+    EXPECT_EQ(Table::lists, 2) << "the second one says that it is done";
+}
+
+TEST_F(ListedDescriptorsTest, AreNotClosedWhereThereIsNoList) {
+    EXPECT_FALSE(closeListedDescriptors(
+        3, []() -> std::optional<std::vector<int>> { return std::nullopt; }, Table::close));
+    EXPECT_EQ(Table::closed, (std::vector<int>{}));
+}
+
+TEST_F(ListedDescriptorsTest, EndWhereNoneCanBeClosed) {
+    Table::stuck = {3, 7, 900};
+    EXPECT_FALSE(closeListedDescriptors(3, Table::list, Table::close));
+    EXPECT_EQ(Table::lists, 2);
+}
+
+TEST_F(ListedDescriptorsTest, EndWhereOneStaysOpen) {
+    Table::stuck = {7};
+    EXPECT_FALSE(closeListedDescriptors(3, Table::list, Table::close));
+    EXPECT_EQ(Table::open, (std::vector<int>{0, 1, 2, 7}));
+    EXPECT_EQ(Table::lists, 3);
+}
+
+std::vector<int> probed() {
+    std::vector<int> open;
+    for (int number = 0; number < 1024; ++number) {
+        if (::fcntl(number, F_GETFD) != -1) {
+            open.push_back(number);
+        }
+    }
+    return open;
+}
+
+TEST(OpenDescriptorsTest, AreTheProcesssOwnAndNoneOfTheListings) {
+    const int added = ::fcntl(STDIN_FILENO, F_DUPFD, 700);
+    ASSERT_EQ(added, 700);
+    const std::vector<int> before = probed();
+    auto listed = openDescriptors();
+    ASSERT_TRUE(listed);
+    std::sort(listed->begin(), listed->end());
+    EXPECT_EQ(*listed, before);
+    EXPECT_EQ(probed(), before);
+    ::close(added);
+}
+
+TEST(OpenDescriptorsTest, AreClosedAboveALoweredLimit) {
+    EXPECT_EQ(exitStatusOfChild([] {
+                  for (const int number : {3, 40, 63, 900}) {
+                      ::dup2(STDIN_FILENO, number);
+                  }
+                  const rlimit low = {64, 64};
+                  if (::setrlimit(RLIMIT_NOFILE, &low) != 0 ||
+                      !closeListedDescriptors(STDERR_FILENO + 1, openDescriptors, ::close)) {
+                      return 100;
+                  }
+                  return static_cast<int>(probed().size());
+              }),
+              3);
+}
+
+} // namespace
+} // namespace orvane
