@@ -24,8 +24,8 @@ uid_t secureProcessFromCaller();
 /// not pay for it: real-time signals at their default actions, and `HOME`, `USER` and `LOGNAME` of the real user, from
 /// the password database, whose look-up reads files and may load code. Root's own settings are left alone.
 ///
-/// Ends the process with status 1 when a limit of the caller's that could not be raised is so low that a task could lose
-/// a file for it.
+/// Ends the process with status 1 when a limit of the caller's that could not be raised is so low that a task could
+/// lose a file for it.
 void prepareForTask(uid_t realUserID);
 
 /// Whether a caller's environment value may be kept: a locale's or terminal's name, which no program takes
