@@ -20,8 +20,8 @@ class Process {
     /// the kernel does not tell.
     virtual std::optional<timespec> startTime() = 0;
 
-    /// Closes every open descriptor from `first` on, those above the limits included; false when they cannot be found
-    /// or some of them stay open.
+    /// Closes every descriptor from `first` on that an exec would pass on, those above the limits included; false when
+    /// they cannot be found or some of them stay open.
     virtual bool closeDescriptorsFrom(int first) = 0;
 
   protected:

@@ -2,6 +2,7 @@
 #include "Tests/ChildOfTest.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -71,33 +72,40 @@ TEST_F(ListedDescriptorsTest, EndWhereOneStaysOpen) {
 std::vector<int> probed() {
     std::vector<int> open;
     for (int number = 0; number < 1024; ++number) {
-        if (::fcntl(number, F_GETFD) != -1) {
+        if (::fcntl(number, F_GETFD) == 0) {
             open.push_back(number);
         }
     }
     return open;
 }
 
-TEST(OpenDescriptorsTest, AreTheProcesssOwnAndNoneOfTheListings) {
-    const int added = ::fcntl(STDIN_FILENO, F_DUPFD, 700);
-    ASSERT_EQ(added, 700);
-    const std::vector<int> before = probed();
-    auto listed = openDescriptors();
+TEST(InheritableDescriptorsTest, AreTheOpenOnesThatAnExecPassesOn) {
+    const int passedOn = ::fcntl(STDIN_FILENO, F_DUPFD, 700);
+    const int own = ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 700);
+    ASSERT_EQ(passedOn, 700);
+    ASSERT_EQ(own, 701);
+    auto listed = inheritableDescriptors();
     ASSERT_TRUE(listed);
     std::sort(listed->begin(), listed->end());
-    EXPECT_EQ(*listed, before);
-    EXPECT_EQ(probed(), before);
-    ::close(added);
+    EXPECT_EQ(*listed, probed());
+    EXPECT_TRUE(std::binary_search(listed->begin(), listed->end(), passedOn));
+    ::close(passedOn);
+    ::close(own);
 }
 
-TEST(OpenDescriptorsTest, AreClosedAboveALoweredLimit) {
+TEST(InheritableDescriptorsTest, AreUnknownWithoutTheFolder) {
+    EXPECT_FALSE(inheritableDescriptorsListedIn("/nowhere"));
+    EXPECT_EQ(errno, ENOENT);
+}
+
+TEST(InheritableDescriptorsTest, AreClosedAboveALoweredLimit) {
     EXPECT_EQ(exitStatusOfChild([] {
                   for (const int number : {3, 40, 63, 900}) {
                       ::dup2(STDIN_FILENO, number);
                   }
                   const rlimit low = {64, 64};
                   if (::setrlimit(RLIMIT_NOFILE, &low) != 0 ||
-                      !closeListedDescriptors(STDERR_FILENO + 1, openDescriptors, ::close)) {
+                      !closeListedDescriptors(STDERR_FILENO + 1, inheritableDescriptors, ::close)) {
                       return 100;
                   }
                   return static_cast<int>(probed().size());

@@ -4,26 +4,24 @@
 #include <fcntl.h>
 #include <libproc.h>
 #include <unistd.h>
+#include <utility>
 
 namespace orvane {
 
-std::optional<std::vector<int>> openDescriptors() {
+std::optional<std::vector<int>> inheritableDescriptors() {
     // Asked without room, the kernel tells how much it would like.
     const int room = ::proc_pidinfo(::getpid(), PROC_PIDLISTFDS, 0, nullptr, 0);
-    if (room <= 0) {
-        return std::nullopt;
-    }
-    std::vector<proc_fdinfo> list(static_cast<std::size_t>(room) / sizeof(proc_fdinfo));
-    const int size = ::proc_pidinfo(::getpid(), PROC_PIDLISTFDS, 0, list.data(), room);
+    std::vector<proc_fdinfo> list(room > 0 ? static_cast<std::size_t>(room) / sizeof(proc_fdinfo) : 0);
+    const int size = room > 0 ? ::proc_pidinfo(::getpid(), PROC_PIDLISTFDS, 0, list.data(), room) : 0;
     if (size <= 0) {
-        return std::nullopt;
+        return inheritableDescriptorsListedIn("/dev/fd");
     }
     list.resize(static_cast<std::size_t>(size) / sizeof(proc_fdinfo));
-    std::vector<int> open;
+    std::vector<int> numbers;
     for (const proc_fdinfo& entry : list) {
-        open.push_back(entry.proc_fd);
+        numbers.push_back(entry.proc_fd);
     }
-    return open;
+    return inheritableOnes(std::move(numbers));
 }
 
 // There is no pipe2, and F_DUPFD_CLOEXEC is newer than the oldest system served: the flag is set right after.

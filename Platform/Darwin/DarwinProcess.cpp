@@ -26,7 +26,9 @@ class DarwinProcess final : public Process {
                         static_cast<long>(info.pbi_start_tvusec) * kNanosecondsOfMicrosecond};
     }
 
-    bool closeDescriptorsFrom(int first) override { return closeListedDescriptors(first, openDescriptors, ::close); }
+    bool closeDescriptorsFrom(int first) override {
+        return closeListedDescriptors(first, inheritableDescriptors, ::close);
+    }
 };
 
 } // namespace

@@ -61,7 +61,7 @@ class LinuxProcess final : public Process {
             return true;
         }
 #endif
-        return closeListedDescriptors(first, openDescriptors, ::close);
+        return closeListedDescriptors(first, inheritableDescriptors, ::close);
     }
 };
 

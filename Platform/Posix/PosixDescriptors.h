@@ -5,9 +5,15 @@
 
 namespace orvane {
 
-/// The numbers of the process's open descriptors, without one that the listing itself has open; nothing when the system
-/// does not tell them.
-std::optional<std::vector<int>> openDescriptors();
+/// The numbers of the open descriptors that an exec passes on; nothing when the system does not tell them. A
+/// close-on-exec one is the process's own: no exec brought it along.
+std::optional<std::vector<int>> inheritableDescriptors();
+
+/// The same from a folder that lists descriptors (`/proc/self/fd`, `/dev/fd`).
+std::optional<std::vector<int>> inheritableDescriptorsListedIn(const char* folder);
+
+/// Those of the numbers that are such descriptors.
+std::vector<int> inheritableOnes(std::vector<int> numbers);
 
 /// Closes the listed descriptors from `first` on, and lists again, until none is left. False when there is no list, or
 /// when closing does not make it shorter.
