@@ -217,8 +217,8 @@ void refuseLowLimits() {
         if (::getrlimit(limit.resource, &now) == 0 && now.rlim_cur >= limit.floor) {
             continue;
         }
-        static_cast<void>(
-            ::signal(SIGXFSZ, SIG_IGN)); // where standard error is a file, the line may be too long for it
+        // Standard error may be a file, for which the line may be too long.
+        static_cast<void>(::signal(SIGXFSZ, SIG_IGN));
         OVLog("Command-line tool: the caller's limit of %s is too low and cannot be raised, nothing was run",
               limit.text);
         std::_Exit(EXIT_FAILURE);

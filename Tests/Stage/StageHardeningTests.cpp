@@ -396,7 +396,7 @@ TEST_F(StageHardeningTest, NoTaskIsStartedUnderAHardLimitThatIsTooLow) {
     const Strings caches = namesIn("/Library/Caches");
     recordShell();
     for (const LowLimit& low : kLowLimits) {
-        for (const Strings& words : {Strings{"csc"}, Strings{"feat"}, Strings{"killProcess"}}) {
+        for (const Strings& words : {Strings{"csc"}, Strings{"feat"}, Strings{"repairPermissions"}}) {
             Start start;
             start.words = words;
             start.asRoot = cannotRaiseHardLimits;
