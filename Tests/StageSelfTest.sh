@@ -128,6 +128,67 @@ test_leaving() {
     done
 }
 
+# --- groups, sessions and terminals ---------------------------------------------
+
+# A pipeline in a group of its own, around a stage whose command signals its own group.
+around() { # OPTIONS...
+    setsid bash -c '"$@" -- /bin/sh -c "kill -s INT 0; echo went on"; echo "survived $?" | cat' bash "$stage" exec "$@"
+}
+
+# A terminal: what is written to $keys is typed, $work/screen is what it shows.
+open_terminal() { # COMMAND...
+    local line
+    printf -v line '%q ' "$@"
+    rm -f "$work/keys"
+    mkfifo "$work/keys"
+    exec {keys}<>"$work/keys"
+    env --default-signal=INT SHELL="$BASH" setsid script -qefc "$line" /dev/null <"$work/keys" >"$work/screen" 2>&1 &
+    started=$!
+}
+shows() { grep -q "$1" "$work/screen"; }
+close_terminal() { # sets status
+    status=0
+    wait "$started" || status=$?
+    exec {keys}>&-
+}
+
+test_reach() {
+    local mode
+    for mode in mount chroot; do
+        equal "$mode: a signal to the own group stays on the stage" 'survived 130' "$(around --mode $mode)"
+        open_terminal "$stage" exec --mode $mode -- /bin/bash -c \
+            '[[ -t 0 ]] && echo typed at; { : </dev/tty; } 2>/dev/null || echo not ours; echo ready; exec sleep 300'
+        within 30 shows ready
+        equal "$mode: the terminal is not the command's" 'typed at not ours ready' "$(tr -d '\r' <"$work/screen" | tr '\n' ' ' | sed 's/ $//')"
+        printf '\003' >&"$keys"
+        within 4 is_over
+        equal "$mode: Ctrl-C ends the command at once" 0 $?
+        close_terminal
+        equal "$mode: Ctrl-C ends with 130" 130 "$status"
+    done
+    equal 'process 1 has a group and a session with a number' '1 1' "$(on_stage -- /bin/ps -o pgid=,sid= -p 1 | xargs)"
+    equal 'the command has others' 'no no' "$(on_stage -- /bin/bash -c \
+        'read -r group session < <(ps -o pgid=,sid= -p $$); [[ $group == $$ ]] && echo no; [[ $session == $$ ]] && echo no' | xargs)"
+    open_terminal "$stage" exec --terminal --as ann --env PS1=at: -- /bin/bash --norc --noprofile -i
+    within 30 shows at:
+    printf '%s\n' ': </dev/tty && [[ -t 0 && $- == *m* ]] && echo ow"ned"' 'sleep 300 && echo wro"ng"' >&"$keys"
+    within 30 shows owned
+    sleep 0.5
+    printf '\003echo st"ill" $?\nexit 6\n' >&"$keys"
+    close_terminal
+    contains 'the shell has a terminal with job control' owned "$(cat "$work/screen")"
+    contains 'Ctrl-C ends the job, not the shell' 'still 130' "$(cat "$work/screen")"
+    equal 'the status of a command on a terminal is passed on' 6 "$status"
+    for signal in TERM:143 HUP:129; do
+        begin --terminal
+        kill -s "${signal%:*}" "$started"
+        finish
+        equal "SIG${signal%:*} ends a command on a terminal with ${signal#*:}" "${signal#*:}" "$status"
+        nothing_left "SIG${signal%:*} leaves nothing of it" "$namespace"
+    done
+}
+is_over() { ! kill -0 "$started" 2>/dev/null; }
+
 # --- entering -------------------------------------------------------------------
 
 test_entering() {
@@ -251,8 +312,24 @@ test_together() {
     wait
     equal 'two first starts at once, one stage' '1 2' "$(tr '\n' ' ' <"$first" | sed 's/ $//')"
     equal 'two first starts at once, the other' '2 3' "$(tr '\n' ' ' <"$second" | sed 's/ $//')"
-    equal 'one base was built' 1 "$(find "$ORVANE_STAGE_DIR" -name 'base-*.tar' | wc -l)"
+    equal 'one base was built' 1 "$(bases | wc -l)"
+    first=$(bases)
+    ln -s "$stage" "$work/link to the stage"
+    "$here/Stage/../../Stage/stage" exec -- /usr/bin/true
+    "$work/link to the stage" exec -- /usr/bin/true
+    (cd -- "$here" && ../Stage/stage exec -- /usr/bin/true)
+    equal 'however the script is called, the base is the same' "$first" "$(bases)"
+    # Two sets of stage files throw each other's base away.
+    mkdir -p "$work/other"
+    cp -rp -- "$here/../Stage" "$work/other/"
+    for first in 1 2 3 4 5 6; do
+        "$stage" exec -- /bin/echo ours &
+        "$work/other/Stage/stage" exec -- /bin/echo theirs &
+    done >"$second" 2>&1
+    wait
+    equal 'starts at once from different stage files all succeed' '6 ours 6 theirs' "$(sort "$second" | uniq -c | xargs)"
 }
+bases() { find "$ORVANE_STAGE_DIR" -name 'base-*.tar' -printf '%i %p\n'; }
 
 test_keeping() {
     local changes=$work/changes mode
@@ -281,6 +358,25 @@ test_keeping() {
     on_stage --changes "$changes" -- /usr/sbin/diskutil unmount /Volumes/Data >/dev/null
     equal 'an unmounted volume is listed as such' 'unmounted d - - - /Volumes/Data' "$(tr '\t' ' ' <"$changes")"
     "$stage" clean
+}
+
+# --- the machine's folder for temporary files -------------------------------------
+
+# With a /tmp that nobody else uses, whatever the stage would leave there is seen.
+test_temporary_files() {
+    tar -C "$here/.." -cf - Stage | unshare --mount bash -c '
+        mount -t tmpfs own /tmp && mkdir /tmp/work && tar -C /tmp/work -xf - && cd /tmp/work || exit
+        unset TMPDIR
+        export ORVANE_STAGE_DIR=/tmp/work/stage
+        for mode in mount chroot; do
+            Stage/stage exec --mode $mode --keep --changes changes -- /bin/sh -c "mktemp -d; touch /tmp/mark"
+            Stage/stage exec --mode $mode --as ann -- /bin/sh -c "mktemp; kill -s KILL 0"
+        done
+        Stage/stage exec --terminal -- /usr/bin/true
+        Stage/stage clean
+        ls -A /tmp /tmp/work' >"$work/said.txt" 2>&1
+    equal 'the temporary files of the machine are as before' '/tmp: work /tmp/work: Stage changes' \
+        "$(sed '/^.tmp.tmp/d; /^$/d' "$work/said.txt" | xargs)"
 }
 
 # --- the other modes --------------------------------------------------------------
@@ -589,9 +685,11 @@ test_entering
 test_tool
 test_programs
 test_leaving
+test_reach
 test_protection
 test_together
 test_keeping
+test_temporary_files
 test_chroot
 test_ordinary_user
 if (( failures )); then printf '%s checks failed\n' "$failures"; exit 1; fi
