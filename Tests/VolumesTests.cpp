@@ -3,6 +3,7 @@
 #include "Tests/TaskRunnerTestSupport.h"
 
 #include <csignal>
+#include <ctime>
 #include <deque>
 #include <linux/fuse.h>
 #include <sched.h>
@@ -149,6 +150,21 @@ TEST(CoveredMounts, AreThoseThatNoPathLeadsTo) {
               (std::vector<bool>{true, false, true, true, false, false, true, false, true, true, false}));
 }
 
+TEST(CoveredMounts, KnowTheirOwnRootAndWhatLiesOverTheRoot) {
+    const auto records = parseMountInfo("1 1 0:1 / / rw - rootfs rootfs rw\n"   // the first of all stands on itself
+                                        "2 1 8:1 / /a rw - ext4 a rw\n"         //
+                                        "3 2 8:2 / /a/b/c rw - ext4 c rw\n"     //
+                                        "4 2 8:3 / /a/b/c/d rw - ext4 d rw\n"   // beneath it, though it stands lower
+                                        "5 9 8:4 / /a/b/cd rw - ext4 cd rw\n"   // on one that is not told of
+                                        "6 4 8:5 / /a/b/c/d rw - ext4 e rw\n"); // covers what is covered
+    EXPECT_EQ(coveredMounts(records), (std::vector<bool>{false, false, false, true, false, true}));
+    const auto rootOnTop = parseMountInfo("1 1 0:1 / / rw - rootfs rootfs rw\n"
+                                          "2 1 8:1 / /a rw - ext4 a rw\n"
+                                          "3 1 8:2 / / rw - ext4 root rw\n"
+                                          "4 3 8:3 / /a rw - ext4 b rw\n");
+    EXPECT_EQ(coveredMounts(rootOnTop), (std::vector<bool>{true, true, false, false}));
+}
+
 TEST(CoveredMounts, EndsOnRecordsInACircle) {
     const auto records = parseMountInfo("1 2 8:1 / /a rw - ext4 x rw\n"
                                         "2 1 8:2 / /a/b rw - ext4 y rw\n"
@@ -256,6 +272,47 @@ TEST_F(OwnMounts, CoveredVolumeIsHiddenAndDoesNotTakeTheSizesOfItsCover) {
               0);
 }
 
+TEST_F(OwnMounts, FileMountedOnAFileIsNoVolume) {
+    EXPECT_EQ(withOwnMounts([] {
+                  const auto make = [](const char* path) { return ::close(::creat(path, 0644)) == 0; };
+                  if (::mkdir("/mnt/folder", 0755) != 0 || ::mkdir("/mnt/other", 0755) != 0 || !make("/mnt/file") ||
+                      !make("/mnt/place") || ::mount("/mnt/file", "/mnt/place", nullptr, MS_BIND, nullptr) != 0 ||
+                      ::mount("/mnt/folder", "/mnt/other", nullptr, MS_BIND, nullptr) != 0) {
+                      return 1;
+                  }
+                  const auto all = Volumes::platform().mountedFileSystems();
+                  if (!all || find(*all, "/mnt/other") == nullptr) {
+                      return 2;
+                  }
+                  return find(*all, "/mnt/place") == nullptr ? 0 : 3;
+              }),
+              0);
+}
+
+TEST_F(OwnMounts, TheMountingToolsTableIsAskedToo) {
+    EXPECT_EQ(withOwnMounts([] {
+                  constexpr std::string_view kTable = "SRC=v TARGET=/mnt/v ROOT=/ OPTS=x-gvfs-hide\n";
+                  if (::mkdir("/mnt/v", 0755) != 0 || ::mkdir("/mnt/w", 0755) != 0 ||
+                      ::mount("v", "/mnt/v", "tmpfs", 0, "size=1m") != 0 ||
+                      ::mount("w", "/mnt/w", "tmpfs", 0, "size=1m") != 0 ||
+                      ::mount("run", "/run", "tmpfs", 0, nullptr) != 0 || ::mkdir("/run/mount", 0755) != 0) {
+                      return 1;
+                  }
+                  const int table = ::creat("/run/mount/utab", 0644);
+                  if (::write(table, kTable.data(), kTable.size()) != std::ssize(kTable) || ::close(table) != 0) {
+                      return 2;
+                  }
+                  const auto all = Volumes::platform().mountedFileSystems();
+                  const MountedFileSystem* const hidden = all ? find(*all, "/mnt/v") : nullptr;
+                  const MountedFileSystem* const shown = all ? find(*all, "/mnt/w") : nullptr;
+                  return hidden != nullptr && (hidden->flags & kMountDontBrowse) != 0 && shown != nullptr &&
+                                 (shown->flags & kMountDontBrowse) == 0
+                             ? 0
+                             : 3;
+              }),
+              0);
+}
+
 TEST_F(OwnMounts, ServerThatNeverAnswersHoldsNobodyUp) {
     if (!test::exists("/dev/fuse")) {
         GTEST_SKIP() << "no file system in user space here";
@@ -263,20 +320,30 @@ TEST_F(OwnMounts, ServerThatNeverAnswersHoldsNobodyUp) {
     EXPECT_EQ(withOwnMounts([] {
                   const int server = ::open("/dev/fuse", O_RDWR | O_CLOEXEC);
                   const std::string options =
-                      "fd=" + std::to_string(server) + ",rootmode=40000,user_id=4321,group_id=0";
+                      "fd=" + std::to_string(server) + ",rootmode=40000,user_id=4321,group_id=0,allow_other";
                   if (server < 0 || ::mkdir("/mnt/dead", 0755) != 0 ||
                       ::mount("dead", "/mnt/dead", "fuse.sshfs", 0, options.c_str()) != 0) {
                       return 1;
                   }
+                  timespec start = {};
+                  ::clock_gettime(CLOCK_MONOTONIC, &start);
                   const auto all = Volumes::platform().mountedFileSystems();
                   const MountedFileSystem* const dead = all ? find(*all, "/mnt/dead") : nullptr;
                   if (dead == nullptr || dead->flags != 0 || dead->owner != 4321 || dead->blocks != 0) {
                       return 2;
                   }
+                  timespec end = {};
+                  ::clock_gettime(CLOCK_MONOTONIC, &end);
+                  if (end.tv_sec - start.tv_sec > 20 || end.tv_sec == start.tv_sec) {
+                      return 3; // or nobody had to wait for it
+                  }
+                  if (::waitpid(-1, nullptr, WNOHANG) != -1 || errno != ECHILD) {
+                      return 4; // whoever was asked is still there
+                  }
                   ::close(server);
                   // With the server gone the system answers at once, with an error.
                   const auto again = Volumes::platform().mountedFileSystems();
-                  return again && find(*again, "/mnt/dead") != nullptr ? 0 : 3;
+                  return again && find(*again, "/mnt/dead") != nullptr ? 0 : 5;
               }),
               0);
 }

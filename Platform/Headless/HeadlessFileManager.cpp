@@ -7,7 +7,11 @@ namespace {
 
 class HeadlessFileManager final : public FileManager {
   public:
-    std::string displayNameAtPath(const std::string& path) override { return lastPathComponent(path); }
+    /// The name becomes part of a file's name, so that the root has one without a slash.
+    std::string displayNameAtPath(const std::string& path) override {
+        const std::string name = lastPathComponent(path);
+        return name == "/" ? "Root" : name;
+    }
 
     std::optional<std::string> hideExtensionOfItemAtPath(const std::string& /*path*/) override { return std::nullopt; }
 };

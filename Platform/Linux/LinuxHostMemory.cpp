@@ -1,11 +1,18 @@
+#include "Platform/Linux/LinuxHostMemory.h"
+
 #include "Platform/HostMemory.h"
 
 #include <algorithm>
 #include <limits>
-#include <sys/sysinfo.h>
 #include <unistd.h>
 
 namespace orvane {
+
+std::uint32_t freePagesOf(const struct sysinfo& info, std::int32_t pageSize) {
+    const std::uint64_t bytes = std::uint64_t{info.freeram} * info.mem_unit;
+    const std::uint64_t pages = bytes / static_cast<std::uint32_t>(pageSize);
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(pages, std::numeric_limits<std::uint32_t>::max()));
+}
 
 namespace {
 
@@ -25,9 +32,7 @@ class LinuxHostMemory final : public HostMemory {
         if (!size || ::sysinfo(&info) != 0) {
             return std::nullopt;
         }
-        const std::uint64_t bytes = std::uint64_t{info.freeram} * info.mem_unit;
-        const std::uint64_t pages = bytes / static_cast<std::uint32_t>(*size);
-        return static_cast<std::uint32_t>(std::min<std::uint64_t>(pages, std::numeric_limits<std::uint32_t>::max()));
+        return freePagesOf(info, *size);
     }
 };
 

@@ -30,6 +30,7 @@ struct Description {
     std::uint64_t blocks = 0;
     std::uint64_t availableBlocks = 0;
     std::uint32_t owner = 0; ///< root, who unmounts nothing of a user's, when nobody can tell
+    bool isFile = false;     ///< one that is mounted on another, and no volume
 };
 
 Description described(const char* path) {
@@ -43,6 +44,7 @@ Description described(const char* path) {
     struct stat place = {};
     if (::stat(path, &place) == 0) {
         description.owner = place.st_uid;
+        description.isFile = !S_ISDIR(place.st_mode);
     }
     return description;
 }
@@ -148,7 +150,7 @@ class LinuxVolumes final : public Volumes {
         addUserOptions(records, userTable);
         const std::vector<bool> covered = coveredMounts(records);
 
-        std::vector<MountedFileSystem> mounted(records.size());
+        std::vector<MountedFileSystem> mounted;
         for (std::size_t index = 0; index < records.size(); ++index) {
             MountRecord& record = records[index];
             const std::uint32_t flags = mountFlags(record) | (covered[index] ? kMountDontBrowse : 0U);
@@ -158,12 +160,14 @@ class LinuxVolumes final : public Volumes {
             if ((flags & kMountDontBrowse) == 0) {
                 description = mayNotAnswer(record) ? describedByChild(path) : described(path);
             }
-            mounted[index] = {.mountPoint = std::move(record.mountPoint),
-                              .owner = mountingUser(record).value_or(description.owner),
-                              .flags = flags,
-                              .blockSize = narrowed(description.blockSize),
-                              .blocks = description.blocks,
-                              .availableBlocks = description.availableBlocks};
+            if (!description.isFile) {
+                mounted.push_back({.mountPoint = std::move(record.mountPoint),
+                                   .owner = mountingUser(record).value_or(description.owner),
+                                   .flags = flags,
+                                   .blockSize = narrowed(description.blockSize),
+                                   .blocks = description.blocks,
+                                   .availableBlocks = description.availableBlocks});
+            }
         }
         return mounted;
     }
