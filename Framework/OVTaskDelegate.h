@@ -21,7 +21,8 @@ OV_ASSUME_NONNULL_BEGIN
 - (void)hasOutputAvailable:(NSString* OV_NULLABLE)output;
 /// Whether the running task should end.
 - (BOOL)shouldCancel;
-/// The folder in which a dated archive of the desktop is made, a leading tilde allowed; nil when there is none.
+/// The folder in which a dated archive of the desktop is made, a leading tilde allowed; nil when there is none. An
+/// empty path counts as none: it would mean the working folder.
 - (NSString* OV_NULLABLE)archiveDesktopPath;
 /// The size from which a file counts as large, in megabytes of 1,000,000 bytes.
 - (uint64_t)largeFilesSize;

@@ -115,7 +115,8 @@ OV_EXTERN NSString* const kOVSecureEraseFreeSpaceTempFilename;
 
 /// Asks every foreground application to quit but the process's own and the Finder. Always 0.
 - (int32_t)quitAllApplications;
-/// `SIGKILL`; 1 for an application that has ended.
+/// `SIGKILL`; 1 for an application that has ended, and for any process identifier of 0 or less: nothing is signalled
+/// then.
 - (int32_t)forceQuitApplication:(NSRunningApplication*)application;
 /// `NSRunningApplication` objects with a Dock icon and a menu bar.
 - (NSArray*)runningForegroundApplications;

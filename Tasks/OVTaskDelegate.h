@@ -32,7 +32,7 @@ class OVTaskDelegate {
     virtual bool shouldCancel() = 0;
 
     /// `archiveDesktopPath`: the folder in which a dated archive of the desktop is made, a leading tilde
-    /// allowed; nothing when there is none.
+    /// allowed; nothing when there is none. An empty path counts as none: it would mean the working folder.
     virtual std::optional<std::string> archiveDesktopPath() = 0;
 
     /// `largeFilesSize`: the size from which a file counts as large, in megabytes of 1,000,000 bytes.

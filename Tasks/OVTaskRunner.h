@@ -236,7 +236,8 @@ class OVTaskRunner : public OVShellCommandDelegate {
     std::int32_t quitAllApplications();
 
     /// `forceQuitApplication:`: ends the application's process at once (`kill` with `SIGKILL`). Failure for an
-    /// application that has ended or is null: nothing is signalled then.
+    /// application that has ended or is null, and for any process identifier of 0 or less, which `kill` would take for
+    /// a whole process group or for everybody: nothing is signalled then.
     std::int32_t forceQuitApplication(const std::shared_ptr<RunningApplication>& application);
 
     /// `runningForegroundApplications`: the running applications with a Dock icon and a menu bar
@@ -289,7 +290,7 @@ class OVTaskRunner : public OVShellCommandDelegate {
     std::int32_t cleanBrowserHistory(std::string_view browser);
 
     /// `cleanDesktop`: moves the visible items of the user's desktop into a new dated folder in the owner's
-    /// `archiveDesktopPath`; 2 when the owner has none.
+    /// `archiveDesktopPath`; 2 when the owner has none, or an empty one.
     std::int32_t cleanDesktop();
 
     /// `vacuumAppleMailIndex`: compacts every "Envelope Index" beneath the user's Mail folder with `sqlite3` and lists

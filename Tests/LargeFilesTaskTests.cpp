@@ -146,6 +146,19 @@ TEST_F(LargeFiles, TheFileIsNamedByTheDisplayName) {
     EXPECT_EQ(test::namesIn(folder.path), Events{"Files Larger than 5 MB in Dokumente von Ann ü 100%.savedSearch"});
 }
 
+TEST_F(LargeFiles, TheRootHasADisplayNameWithoutASlash) {
+    OVTaskRunnerServices with = services();
+    with.fileManager = nullptr; // the platform's
+    OVTaskRunner own(with);
+    own.setDelegate(test::unowned<OVTaskDelegate>(owner));
+    for (const char* const path : {"/", "//"}) {
+        EXPECT_EQ(FileManager::platform().displayNameAtPath(path), "Root");
+    }
+    EXPECT_EQ(FileManager::platform().displayNameAtPath("/Root/some folder/"), "some folder");
+    EXPECT_EQ(own.findLargeFilesInPath("/"), 0);
+    EXPECT_EQ(test::contentsOf(fileNamed("Files Larger than 5 MB in Root")), "b=5000000 m=5 p=/");
+}
+
 TEST_F(LargeFiles, ALaterRunOverwritesTheFile) {
     EXPECT_EQ(written("/first/and/longer"), "b=5000000 m=5 p=/first/and/longer");
     EXPECT_EQ(written("/second"), "b=5000000 m=5 p=/second");

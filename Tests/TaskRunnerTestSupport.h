@@ -35,7 +35,8 @@ namespace orvane::test {
 class Folder {
   public:
     Folder() {
-        std::string pattern = "/tmp/orvane-test-XXXXXX";
+        const char* const parent = std::getenv("TMPDIR"); // see OwnTemporaryFolder.cpp
+        std::string pattern = std::string(parent != nullptr ? parent : "/tmp") + "/orvane-test-XXXXXX";
         if (::mkdtemp(pattern.data()) == nullptr) {
             std::abort();
         }
