@@ -7,13 +7,23 @@ OV_ASSUME_NONNULL_BEGIN
 
 /// Keeps the last ten contents of the general pasteboard, newest first. Made on a thread that runs a run loop, by which
 /// it polls four times a second; the poll's timer keeps the server for as long as that run loop runs.
+///
+/// Changes of the history are made in `@synchronized` on the server, so that a host can keep them out the same way. It
+/// should not hold the server so for long, nor restore meanwhile on another thread than the polling one: a poll then
+/// waits for it, and if what it does waits for the polling thread in turn (a pasteboard whose promised data is made
+/// there, a call that is carried to the main thread), neither ever goes on.
+///
+/// An exception that a pasteboard raises ends here and is logged. What could not be read is then not there: history and
+/// clipboard stay as they are, the next poll tries again.
 @interface OVPasteboardServer : NSObject {
   @private
     void* core_;
     NSArray* pasteboards_;
 }
 
-/// The history: `NSPasteboard` objects, newest first. This is the live array, which changes as the clipboard does.
+/// The history: `NSPasteboard` objects, newest first. This is the live array, which changes as the clipboard does: read
+/// it on the thread that polls, while no other thread restores or clears, or anywhere in `@synchronized` on the server.
+/// A copy, and an enumeration, has and keeps what the history held when it began.
 @property(readonly) NSArray* pasteboards;
 
 /// Takes the general pasteboard's present content as the first entry and starts polling.
@@ -25,12 +35,14 @@ OV_ASSUME_NONNULL_BEGIN
 /// Copies the general pasteboard's items into a new front entry, or into the oldest when there are ten.
 - (void)readItemsFromPasteboard;
 
-/// A new item with the same data for the same types. A type without data is logged and left out.
-- (NSPasteboardItem*)pasteboardItemByCopyingPasteboardItem:(NSPasteboardItem*)item;
+/// A new item with the same data for the same types. A type without data is logged and left out. Nil when the item
+/// could not be read.
+- (NSPasteboardItem* OV_NULLABLE)pasteboardItemByCopyingPasteboardItem:(NSPasteboardItem* OV_NULLABLE)item;
 
 /// Takes the entry out of the history and puts its content on the general pasteboard, from where the next poll brings
-/// it to the front. Whether it could be written.
-- (BOOL)restoreItemsFromPasteboard:(NSPasteboard*)pasteboard;
+/// it to the front. Whether it could be written; NO, too, when it could not be read. Nil has no content: the general
+/// pasteboard is emptied.
+- (BOOL)restoreItemsFromPasteboard:(NSPasteboard* OV_NULLABLE)pasteboard;
 
 /// Empties the history.
 - (void)clearHistory;

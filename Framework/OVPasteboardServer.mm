@@ -5,6 +5,8 @@
 
 #include "Pasteboard/OVPasteboardServer.h"
 
+#include <objc/objc-sync.h>
+
 namespace cocoa = orvane::cocoa;
 
 namespace {
@@ -14,6 +16,18 @@ NSPasteboard* pasteboardOf(orvane::Pasteboard& entry) {
 }
 
 using History = std::shared_ptr<const orvane::OVPasteboardServer::Pasteboards>;
+
+/// The monitor of the Objective-C object, which `@synchronized` takes, too.
+class MonitorOfServer final : public orvane::OVMonitor {
+  public:
+    explicit MonitorOfServer(::OVPasteboardServer* server) : server_(server) {}
+
+    void lock() override { objc_sync_enter(server_); }
+    void unlock() override { objc_sync_exit(server_); }
+
+  private:
+    ::OVPasteboardServer* server_; // which owns this
+};
 
 /// The run loop as the core's `init` sees it: its timer has the Objective-C object as target, which it so keeps, and
 /// `pollPasteboard:` as selector.
@@ -45,7 +59,8 @@ orvane::OVPasteboardServer& coreOf(void* core) {
 
 } // namespace
 
-/// An array whose elements are whatever the history holds when it is asked.
+/// An array whose elements are whatever the history holds when it is asked. Copies and enumerations have what it holds
+/// when they begin, and keep it.
 @interface OVPasteboardHistory : NSArray {
   @private
     History* history_;
@@ -77,7 +92,42 @@ orvane::OVPasteboardServer& coreOf(void* core) {
                     format:@"-[OVPasteboardServer pasteboards]: no element at index %lu of %lu",
                            static_cast<unsigned long>(index), static_cast<unsigned long>((*history_)->size())];
     }
-    return pasteboardOf(*(**history_)[index]);
+    return [[pasteboardOf(*(**history_)[index]) retain] autorelease];
+}
+
+- (NSMutableArray*)mutableCopyWithZone:(NSZone*)zone {
+    NSMutableArray* const copy = [[NSMutableArray allocWithZone:zone] initWithCapacity:(*history_)->size()];
+    for (const std::shared_ptr<orvane::Pasteboard>& entry : **history_) {
+        [copy addObject:pasteboardOf(*entry)];
+    }
+    return copy;
+}
+
+- (id)copyWithZone:(NSZone*)zone {
+    return [[NSArray allocWithZone:zone] initWithArray:[[self mutableCopyWithZone:zone] autorelease]];
+}
+
+- (NSEnumerator*)objectEnumerator {
+    return [[[self copy] autorelease] objectEnumerator];
+}
+
+- (NSEnumerator*)reverseObjectEnumerator {
+    return [[[self copy] autorelease] reverseObjectEnumerator];
+}
+
+- (NSUInteger)countByEnumeratingWithState:(NSFastEnumerationState*)state objects:(id*)objects count:(NSUInteger)count {
+    // The history has fewer entries than the places that a loop offers, but who knows who asks with how many.
+    if (state->state == 0) {
+        state->extra[0] = reinterpret_cast<unsigned long>([[self copy] autorelease]);
+        state->mutationsPtr = &state->extra[0]; // the walked copy does not change
+    }
+    NSArray* const walked = reinterpret_cast<NSArray*>(state->extra[0]);
+    NSUInteger given = 0;
+    while (given < count && state->state < [walked count]) {
+        objects[given++] = [walked objectAtIndex:state->state++];
+    }
+    state->itemsPtr = objects;
+    return given;
 }
 
 @end
@@ -87,7 +137,8 @@ orvane::OVPasteboardServer& coreOf(void* core) {
 - (id)init {
     if ((self = [super init]) != nil) {
         RunLoopOfServer runLoop(self);
-        core_ = new Core(orvane::OVPasteboardServer::create(orvane::PasteboardService::platform(), runLoop));
+        core_ = new Core(orvane::OVPasteboardServer::create(orvane::PasteboardService::platform(), runLoop,
+                                                            std::make_unique<MonitorOfServer>(self)));
         pasteboards_ = [[OVPasteboardHistory alloc] initWithHistory:coreOf(core_).pasteboards()];
     }
     return self;
@@ -116,7 +167,7 @@ orvane::OVPasteboardServer& coreOf(void* core) {
     const auto original = item != nil ? std::make_shared<cocoa::CocoaPasteboardItem>(item, true)
                                       : std::shared_ptr<cocoa::CocoaPasteboardItem>();
     const auto copy = coreOf(core_).pasteboardItemByCopyingPasteboardItem(original);
-    return [[static_cast<cocoa::CocoaPasteboardItem&>(*copy).item() retain] autorelease];
+    return copy != nullptr ? [[static_cast<cocoa::CocoaPasteboardItem&>(*copy).item() retain] autorelease] : nil;
 }
 
 - (BOOL)restoreItemsFromPasteboard:(NSPasteboard*)pasteboard {

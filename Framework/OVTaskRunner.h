@@ -27,6 +27,9 @@ OV_EXTERN NSString* const kOVSecureEraseFreeSpaceTempFilename;
 ///
 /// Unless said otherwise a method returns the task status: 0 success, 1 failure, 2 cancelled. It runs on the caller's
 /// thread and blocks it; output and cancel questions reach the delegate there. Failures are logged.
+///
+/// Lists, the delegate's choice too, are of strings: an element of another class raises `NSInvalidArgumentException`,
+/// and nothing is run.
 @interface OVTaskRunner : NSObject <OVShellCommandDelegate> {
   @private
     void* core_;
@@ -167,15 +170,16 @@ OV_EXTERN NSString* const kOVSecureEraseFreeSpaceTempFilename;
 - (int32_t)setScreenshotFormat:(NSString*)format;
 - (BOOL)screenshotHasShadow;
 - (int32_t)toggleScreenshotShadow;
-/// The value in the persistent domain of that name; nil without the domain or the key.
+/// The object in the persistent domain of that name; nil without the domain or the key.
 - (id OV_NULLABLE)objectForKey:(NSString*)key defaults:(NSString*)defaults;
-/// Stores a property-list object in the persistent domain of that name. A failure is not reported.
+/// Stores a property-list object in the persistent domain of that name, whose other objects stay as they are. A failure
+/// is not reported.
 - (void)setObject:(id)object forKey:(NSString*)key defaults:(NSString*)defaults;
 
 // The clipboard.
 
-/// 1 when the entry could not be put on the clipboard.
-- (int32_t)restoreItemsFromPasteboard:(NSPasteboard*)pasteboard;
+/// 1 when the entry could not be put on the clipboard. Nil empties the clipboard.
+- (int32_t)restoreItemsFromPasteboard:(NSPasteboard* OV_NULLABLE)pasteboard;
 /// Always 0.
 - (int32_t)clearPasteboardHistory;
 

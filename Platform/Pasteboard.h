@@ -27,14 +27,18 @@ class PasteboardData {
     PasteboardData() = default;
 };
 
+// Whoever a pasteboard asks, another program or a class of the host's own, may raise an exception. It ends in the back
+// end, which logs it; what was to be read is then answered with nothing, which is not the same as an empty answer.
+
 /// One item on a pasteboard, or on its way to one (`NSPasteboardItem`): the same content in several types.
 class PasteboardItem {
   public:
-    /// `types`: the uniform type identifiers in the item's order.
-    virtual std::vector<std::string> types() = 0;
+    /// `types`: the uniform type identifiers in the item's order. Nothing when they could not be read.
+    virtual std::optional<std::vector<std::string>> types() = 0;
 
-    /// `dataForType:`: the bytes of that type; null when the item has none or its owner does not hand them out.
-    virtual std::shared_ptr<const PasteboardData> dataForType(const std::string& type) = 0;
+    /// `dataForType:`: the bytes of that type; null when the item has none or its owner does not hand them out. Nothing
+    /// when they could not be read.
+    virtual std::optional<std::shared_ptr<const PasteboardData>> dataForType(const std::string& type) = 0;
 
     /// `setData:forType:`: false when the item does not take them.
     virtual bool setData(const std::shared_ptr<const PasteboardData>& data, const std::string& forType) = 0;
@@ -52,18 +56,18 @@ using PasteboardItems = std::vector<std::shared_ptr<PasteboardItem>>;
 /// One pasteboard (`NSPasteboard`). Releasing the object does not take its content out of the pasteboard service.
 class Pasteboard {
   public:
-    /// `changeCount`: another number than before whenever the content changed owner.
-    virtual NSInteger changeCount() = 0;
+    /// `changeCount`: another number than before whenever the content changed owner. Nothing when it could not be read.
+    virtual std::optional<NSInteger> changeCount() = 0;
 
     /// `readObjectsForClasses:options:` with the class `NSPasteboardItem` alone and no options; empty when there is
-    /// nothing to read.
-    virtual PasteboardItems readItems() = 0;
+    /// nothing to read. Nothing when that could not be found out.
+    virtual std::optional<PasteboardItems> readItems() = 0;
 
-    /// `pasteboardItems`; empty when there are none.
-    virtual PasteboardItems pasteboardItems() = 0;
+    /// `pasteboardItems`; empty when there are none. Nothing when they could not be read.
+    virtual std::optional<PasteboardItems> pasteboardItems() = 0;
 
-    /// `clearContents`.
-    virtual void clearContents() = 0;
+    /// `clearContents`: false when it failed.
+    virtual bool clearContents() = 0;
 
     /// `writeObjects:`: the items become part of the content; false when they could not be written. An item can be
     /// written once, to one pasteboard.
@@ -86,6 +90,8 @@ class PasteboardService {
     /// That of the user's session. Without a desktop the general pasteboard is empty for ever and takes nothing.
     /// Lives for ever.
     static PasteboardService& platform();
+
+    // Null where the system has none to give.
 
     /// `generalPasteboard`: the clipboard.
     virtual std::shared_ptr<Pasteboard> generalPasteboard() = 0;

@@ -10,9 +10,10 @@
 #include <limits>
 #include <map>
 #include <memory>
-#include <stdexcept>
+#include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace orvane {
@@ -73,6 +74,40 @@ void expectMethodMessage(const std::string& message, const std::string& method, 
     EXPECT_EQ(message.substr(std::min(end, message.size())), "] " + text);
 }
 
+constexpr std::chrono::milliseconds kNotYet(20); // long enough for what nothing holds up
+constexpr std::chrono::seconds kPatience(10);
+
+/// Another thread.
+class Rival {
+  public:
+    explicit Rival(const std::function<void()>& work)
+        : thread_([this, work] {
+              started_ = true;
+              work();
+              finished_ = true;
+          }) {
+        waitFor(started_, kPatience);
+    }
+    Rival(const Rival&) = delete;
+    Rival& operator=(const Rival&) = delete;
+    ~Rival() { thread_.join(); }
+
+    bool finishesWithin(std::chrono::milliseconds patience) const { return waitFor(finished_, patience); }
+
+    static bool waitFor(const std::atomic<bool>& flag, std::chrono::milliseconds patience) {
+        const auto end = std::chrono::steady_clock::now() + patience;
+        while (!flag && std::chrono::steady_clock::now() < end) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        return flag;
+    }
+
+  private:
+    std::atomic<bool> started_{false};
+    std::atomic<bool> finished_{false};
+    std::thread thread_; // starts last
+};
+
 /// A server on a clipboard that holds "0".
 class PasteboardServer : public ::testing::Test {
   protected:
@@ -105,7 +140,7 @@ using PasteboardCopying = PasteboardServer;
 using PasteboardRestoring = PasteboardServer;
 using PasteboardClearing = PasteboardServer;
 using PasteboardLocking = PasteboardServer;
-using PasteboardExceptions = PasteboardServer;
+using PasteboardFailures = PasteboardServer;
 
 // The start.
 
@@ -125,8 +160,8 @@ TEST_F(PasteboardInit, StoresTheCountThenReadsThenAddsTheTimer) {
     loop.adding = [&] { service.note("timer"); };
     const auto server = makeServer();
     EXPECT_EQ(service.takeEvents(),
-              (Lines{"general change count", "general read", "unique pasteboard", "new item", "types",
-                     std::string("data ") + kText, std::string("set ") + kText, "unique 1 write 1", "timer"}));
+              (Lines{"general change count", "general read", "new item", "types", std::string("data ") + kText,
+                     std::string("set ") + kText, "unique pasteboard", "unique 1 write 1", "timer"}));
 }
 
 TEST_F(PasteboardInit, ACopyMadeDuringTheFirstReadingIsANewEntry) {
@@ -295,8 +330,8 @@ TEST_F(PasteboardReading, TheTenthChangeRecyclesTheOldestPasteboard) {
         EXPECT_EQ(now[index], before[index - 1]) << index;
     }
     EXPECT_EQ(service.takeEvents(),
-              (Lines{"general change count", "general read", "unique 1 clear", "new item", "types",
-                     std::string("data ") + kText, std::string("set ") + kText, "unique 1 write 1"}));
+              (Lines{"general change count", "general read", "new item", "types", std::string("data ") + kText,
+                     std::string("set ") + kText, "unique 1 clear", "unique 1 write 1"}));
 }
 
 TEST_F(PasteboardReading, NeverHoldsMoreThanTenNorMakesMorePasteboards) {
@@ -316,16 +351,19 @@ TEST_F(PasteboardReading, NineEntriesGetANewPasteboard) {
     EXPECT_EQ(fake(server->pasteboards()->front())->name, "unique 11");
 }
 
-TEST_F(PasteboardReading, TheNewEntryIsInTheHistoryBeforeItsItemsAreCopied) {
+TEST_F(PasteboardReading, AllIsReadBeforeTheHistoryIsTouchedAndTheNewEntryInItBeforeItIsWritten) {
     const auto server = makeServer();
-    std::size_t duringCopy = 0;
-    service.during = [&](const std::string& event) {
-        if (event == "types") {
-            duringCopy = server->pasteboards()->size();
-        }
-    };
+    std::map<std::string, std::size_t> lengths;
+    service.during = [&](const std::string& event) { lengths[event] = server->pasteboards()->size(); };
     copy("1");
-    EXPECT_EQ(duringCopy, 2U);
+    EXPECT_EQ(lengths, (std::map<std::string, std::size_t>{{"general change count", 1},
+                                                           {"general read", 1},
+                                                           {"new item", 1},
+                                                           {"types", 1},
+                                                           {std::string("data ") + kText, 1},
+                                                           {std::string("set ") + kText, 1},
+                                                           {"unique pasteboard", 1},
+                                                           {"unique 2 write 1", 2}}));
 }
 
 TEST_F(PasteboardReading, ItemsThatTheEntryDoesNotTakeStillCostAnEntry) {
@@ -405,20 +443,20 @@ TEST_F(PasteboardCopying, DataIsHandedOnAndNotDuplicated) {
 TEST_F(PasteboardCopying, TheCopyIsNewAndIndependent) {
     const auto server = makeServer();
     service.general->put("text");
-    const auto item = service.general->readItems().at(0);
+    const auto item = service.general->readItems()->at(0);
     const auto copied = server->pasteboardItemByCopyingPasteboardItem(item);
     ASSERT_NE(copied, item);
     service.general->put("other");
-    EXPECT_TRUE(item->types().empty()) << "the original goes with the clipboard's content";
+    EXPECT_EQ(item->types(), Lines()) << "the original goes with the clipboard's content";
     EXPECT_EQ(copied->types(), Lines{kText});
-    EXPECT_EQ(copied->dataForType(kText)->bytes(), "text");
+    EXPECT_EQ((*copied->dataForType(kText))->bytes(), "text");
 }
 
 TEST_F(PasteboardCopying, NoItemIsCopiedAsOneWithoutTypes) {
     const auto server = makeServer();
     const auto copied = server->pasteboardItemByCopyingPasteboardItem(nullptr);
     ASSERT_NE(copied, nullptr);
-    EXPECT_TRUE(copied->types().empty());
+    EXPECT_EQ(copied->types(), Lines());
     EXPECT_TRUE(log.messages.empty());
 }
 
@@ -483,8 +521,7 @@ TEST_F(PasteboardRestoring, TakesEveryEntryOutThatIsEqualToThePasteboard) {
     copyTimes(3);
     const auto other = std::make_shared<FakePasteboard>(service, "other object");
     other->put("restored");
-    fake(server->pasteboards()->at(1))->equals = {other.get()};
-    fake(server->pasteboards()->at(3))->equals = {other.get()};
+    other->equals = {server->pasteboards()->at(1).get(), server->pasteboards()->at(3).get()};
     EXPECT_TRUE(server->restoreItemsFromPasteboard(other));
     EXPECT_EQ(history(*server), (Lines{"3", "1"}));
 }
@@ -533,16 +570,18 @@ TEST_F(PasteboardRestoring, MissingDataIsLoggedAndTheRestRestored) {
     expectMethodMessage(log.messages[0], kCopying, "ERROR: no data for type lost");
 }
 
-TEST_F(PasteboardRestoring, NoPasteboardLeavesEverythingAsItIs) {
+TEST_F(PasteboardRestoring, NoPasteboardHasNoItemsAndEmptiesTheClipboard) {
     const auto server = makeServer();
     service.takeEvents();
-    EXPECT_FALSE(server->restoreItemsFromPasteboard(nullptr));
-    EXPECT_TRUE(service.takeEvents().empty());
-    EXPECT_EQ(joined(service.general->texts()), "0");
+    EXPECT_TRUE(server->restoreItemsFromPasteboard(nullptr));
+    EXPECT_EQ(service.takeEvents(), (Lines{"general clear", "general write 0"}));
+    EXPECT_TRUE(service.general->content().empty());
     EXPECT_EQ(history(*server), Lines{"0"});
-    ASSERT_EQ(log.messages.size(), 1U);
-    expectMethodMessage(log.messages[0], "-[OVPasteboardServer restoreItemsFromPasteboard:]",
-                        "ERROR: no pasteboard to restore");
+    service.general->takesItems = false;
+    EXPECT_FALSE(server->restoreItemsFromPasteboard(nullptr)) << "the result is that of writing";
+    EXPECT_TRUE(log.messages.empty());
+    loop.fire();
+    EXPECT_EQ(history(*server), (Lines{"", "0"}));
 }
 
 // Clearing.
@@ -577,56 +616,97 @@ TEST_F(PasteboardClearing, AnEmptyHistoryMayBeCleared) {
     EXPECT_TRUE(server->pasteboards()->empty());
 }
 
+// Pasteboards that call back.
+
+/// A pasteboard that does something when it is released.
+std::shared_ptr<FakePasteboard> talkative(test::FakePasteboardService& service, std::function<void()> goodbye) {
+    return {new FakePasteboard(service, "talkative"), [goodbye](FakePasteboard* pasteboard) {
+                goodbye();
+                delete pasteboard; // NOLINT(cppcoreguidelines-owning-memory): as the pointer's own deleter does
+            }};
+}
+
 TEST_F(PasteboardClearing, APasteboardMayComeBackWhenItIsReleased) {
     const auto server = makeServer();
     std::size_t seen = 99;
-    FakePasteboard pasteboard(service, "talkative");
-    const auto goodbye = [&](FakePasteboard*) {
+    service.unique = talkative(service, [&] {
         seen = server->pasteboards()->size();
         server->clearHistory();
-    };
-    service.unique = std::shared_ptr<FakePasteboard>(&pasteboard, goodbye);
+    });
     copy("1");
     service.unique = nullptr;
     server->clearHistory();
     EXPECT_EQ(seen, 0U);
 }
 
-// The lock.
+TEST_F(PasteboardRestoring, APasteboardMayComeBackWhenItIsReleased) {
+    const auto server = makeServer();
+    Lines seen;
+    service.unique = talkative(service, [&] {
+        seen = history(*server);
+        const Rival rival([&] { server->clearHistory(); });
+        EXPECT_TRUE(rival.finishesWithin(kPatience)) << "the lock is let go";
+    });
+    copy("1");
+    service.unique = nullptr;
+    copy("2");
+    ASSERT_EQ(history(*server), (Lines{"2", "1", "0"}));
+    EXPECT_TRUE(server->restoreItemsFromPasteboard(server->pasteboards()->at(1)));
+    EXPECT_EQ(seen, (Lines{"2", "0"})) << "a whole list without the entry";
+    EXPECT_EQ(joined(service.general->texts()), "1");
+    EXPECT_TRUE(server->pasteboards()->empty());
+}
 
-constexpr std::chrono::milliseconds kNotYet(20); // long enough for what nothing holds up
-constexpr std::chrono::seconds kPatience(10);
+TEST_F(PasteboardRestoring, APasteboardMayComeBackWhenItIsAskedWhetherItIsTheOne) {
+    const auto server = makeServer();
+    copyTimes(9);
+    const auto restored = server->pasteboards()->at(5);
+    fake(restored)->asked = [&] { server->clearHistory(); };
+    EXPECT_TRUE(server->restoreItemsFromPasteboard(restored));
+    EXPECT_TRUE(server->pasteboards()->empty());
+    EXPECT_EQ(joined(service.general->texts()), "4");
+}
 
-/// Another thread.
-class Rival {
-  public:
-    explicit Rival(const std::function<void()>& work)
-        : thread_([this, work] {
-              started_ = true;
-              work();
-              finished_ = true;
-          }) {
-        waitFor(started_, kPatience);
+TEST_F(PasteboardReading, APasteboardMayComeBackWhenItIsRecycled) {
+    const auto server = makeServer();
+    for (const std::string what : {"clear", "read"}) {
+        SCOPED_TRACE(what);
+        server->clearHistory();
+        copyTimes(10);
+        std::size_t seen = 0;
+        service.during = [&](const std::string& event) {
+            if (event.ends_with(" clear") && seen == 0) {
+                seen = server->pasteboards()->size();
+                if (what == "clear") {
+                    server->clearHistory();
+                } else {
+                    service.general->put("nested");
+                    server->restoreItemsFromPasteboard(server->pasteboards()->at(4));
+                    server->readItemsFromPasteboard();
+                }
+            }
+        };
+        copy("11");
+        EXPECT_EQ(seen, 10U) << "a whole list";
+        EXPECT_EQ(history(*server).front(), "11");
+        EXPECT_EQ(server->pasteboards()->size(), what == "clear" ? 1U : 10U);
     }
-    Rival(const Rival&) = delete;
-    Rival& operator=(const Rival&) = delete;
-    ~Rival() { thread_.join(); }
+}
 
-    bool finishesWithin(std::chrono::milliseconds patience) const { return waitFor(finished_, patience); }
-
-    static bool waitFor(const std::atomic<bool>& flag, std::chrono::milliseconds patience) {
-        const auto end = std::chrono::steady_clock::now() + patience;
-        while (!flag && std::chrono::steady_clock::now() < end) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+TEST_F(PasteboardReading, AHistoryThatFillsUpWhileThePasteboardIsMadeStaysAtTen) {
+    const auto server = makeServer();
+    copyTimes(8);
+    bool nested = false;
+    service.during = [&](const std::string& event) {
+        if (event == "unique pasteboard" && !std::exchange(nested, true)) {
+            server->readItemsFromPasteboard();
         }
-        return flag;
-    }
+    };
+    copy("9");
+    EXPECT_EQ(history(*server), (Lines{"9", "9", "8", "7", "6", "5", "4", "3", "2", "1"}));
+}
 
-  private:
-    std::atomic<bool> started_{false};
-    std::atomic<bool> finished_{false};
-    std::thread thread_; // starts last
-};
+// The lock.
 
 using Steps = std::map<std::string, bool>;
 
@@ -724,39 +804,148 @@ TEST_F(PasteboardLocking, TheLockIsRecursive) {
         }
     };
     server->readItemsFromPasteboard();
-    EXPECT_EQ(history(*server), Lines{"0"}) << "the nested reading's; the outer one's entry was cleared meanwhile";
+    EXPECT_EQ(history(*server), (Lines{"0", "0"})) << "the outer reading's and, behind it, the nested one's";
 }
 
-TEST_F(PasteboardExceptions, LetGoOfTheLock) {
+// Where a pasteboard cannot be read: the system's back end has ended an exception and answered that it failed.
+
+const Lines kReadings = {"general pasteboard", "general read", "new item", "types", "data"};
+
+TEST_F(PasteboardFailures, AReadingThatFailsLeavesTheHistoryAndIsDoneAgainByTheNextPoll) {
     const auto server = makeServer();
-    for (const std::string failing : {"general read", "unique pasteboard", "new item", "types", "write", "clear"}) {
-        SCOPED_TRACE(failing);
-        server->clearHistory();
-        copyTimes(failing == "clear" ? 10 : 3);
-        service.during = [&](const std::string& event) {
-            if (event.find(failing) != std::string::npos) {
-                throw std::runtime_error(failing);
-            }
-        };
-        EXPECT_THROW(server->readItemsFromPasteboard(), std::runtime_error);
-        service.during = nullptr;
-        const Rival rival([&] { server->clearHistory(); });
-        EXPECT_TRUE(rival.finishesWithin(kPatience));
+    for (const bool full : {false, true}) {
+        Lines failures = kReadings;
+        failures.emplace_back(full ? " clear" : "unique pasteboard");
+        failures.emplace_back("change count");
+        for (const std::string& failing : failures) {
+            SCOPED_TRACE(failing);
+            server->clearHistory();
+            copyTimes(full ? 10 : 3);
+            const auto before = *server->pasteboards();
+            const Lines texts = history(*server);
+
+            service.failing = failing;
+            copy("new");
+            loop.fire();
+            EXPECT_EQ(*server->pasteboards(), before);
+            EXPECT_EQ(history(*server), texts) << "also what the entries hold";
+            const Rival rival([&] { server->restoreItemsFromPasteboard(nullptr); });
+            EXPECT_TRUE(rival.finishesWithin(kPatience)) << "the lock is let go";
+            service.general->put("new");
+
+            service.failing.clear();
+            loop.fire();
+            loop.fire();
+            EXPECT_EQ(server->pasteboards()->size(), full ? 10U : 4U);
+            EXPECT_EQ(history(*server).front(), "new");
+            EXPECT_EQ(history(*server).at(1), texts.front());
+        }
     }
 }
 
-TEST_F(PasteboardExceptions, AReadingThatFailedIsDoneAgainByTheNextPoll) {
+TEST_F(PasteboardFailures, AReadingSaysWhetherItSucceeded) {
     const auto server = makeServer();
-    service.general->put("1");
-    service.during = [](const std::string& event) {
-        if (event == "general read") {
-            throw std::runtime_error(event);
+    EXPECT_TRUE(server->readItemsFromPasteboard());
+    for (const std::string& failing : kReadings) {
+        service.failing = failing;
+        EXPECT_FALSE(server->readItemsFromPasteboard()) << failing;
+    }
+    service.failing = "write";
+    EXPECT_TRUE(server->readItemsFromPasteboard()) << "the clipboard was read, whatever comes of the entry";
+    EXPECT_EQ(history(*server), (Lines{"", "0", "0"}));
+}
+
+TEST_F(PasteboardFailures, AFirstReadingThatFailsIsMadeUpForByTheFirstPoll) {
+    for (const std::string failing : {"change count", "general read", "types", "general pasteboard"}) {
+        SCOPED_TRACE(failing);
+        loop.timers.clear();
+        service.failing = failing;
+        const auto server = makeServer();
+        EXPECT_EQ(server->pasteboards()->size(), failing == "change count" ? 1U : 0U);
+        server->clearHistory();
+        service.failing.clear();
+        loop.fire();
+        loop.fire();
+        EXPECT_EQ(history(*server), Lines{"0"}) << "though the count is the same as at the start";
+    }
+}
+
+TEST_F(PasteboardFailures, AnEntryThatCannotBeReadStaysAndSoDoesTheClipboard) {
+    const auto server = makeServer();
+    copyTimes(2);
+    for (const std::string failing : {"unique 2 items", "new item", "types", "data", "general pasteboard"}) {
+        SCOPED_TRACE(failing);
+        service.takeEvents();
+        service.failing = failing;
+        EXPECT_FALSE(server->restoreItemsFromPasteboard(server->pasteboards()->at(1)));
+        service.failing.clear();
+        EXPECT_EQ(history(*server), (Lines{"2", "1", "0"}));
+        EXPECT_EQ(joined(service.general->texts()), "2");
+        for (const std::string& event : service.takeEvents()) {
+            EXPECT_FALSE(event.starts_with("general ")) << event;
         }
-    };
-    EXPECT_THROW(loop.fire(), std::runtime_error);
-    service.during = nullptr;
-    loop.fire();
-    EXPECT_EQ(history(*server), (Lines{"1", "0"}));
+    }
+}
+
+TEST_F(PasteboardFailures, AClipboardThatCannotBeClearedIsNotWrittenTo) {
+    const auto server = makeServer();
+    copyTimes(2);
+    service.takeEvents();
+    service.failing = "general clear";
+    EXPECT_FALSE(server->restoreItemsFromPasteboard(server->pasteboards()->at(1)));
+    EXPECT_EQ(service.takeEvents().back(), "general clear");
+    EXPECT_EQ(joined(service.general->texts()), "2");
+    EXPECT_EQ(history(*server), (Lines{"2", "0"})) << "gone, as with a write that fails";
+}
+
+TEST_F(PasteboardFailures, AnItemThatCannotBeReadHasNoCopy) {
+    const auto server = makeServer();
+    service.general->put({{{kText, data("a")}, {"public.rtf", data("b")}}});
+    const auto item = service.general->readItems()->at(0);
+    for (const std::string failing : {"new item", "types", "data public.rtf"}) {
+        service.failing = failing;
+        EXPECT_EQ(server->pasteboardItemByCopyingPasteboardItem(item), nullptr) << failing;
+    }
+    EXPECT_TRUE(log.messages.empty()) << "who failed has said so";
+}
+
+// A lock of the host's.
+
+/// Counts who has it.
+class CountingMonitor final : public OVMonitor {
+  public:
+    explicit CountingMonitor(int& held) : held_(held) {}
+    void lock() override {
+        mutex_.lock();
+        ++held_;
+    }
+    void unlock() override {
+        --held_;
+        mutex_.unlock();
+    }
+
+  private:
+    std::recursive_mutex mutex_;
+    int& held_;
+};
+
+TEST_F(PasteboardLocking, TheThreeOperationsTakeTheLockThatTheServerWasGiven) {
+    int held = 0;
+    std::map<std::string, int> seen;
+    service.during = [&](const std::string& event) { seen[event] = held; };
+    const auto server = OVPasteboardServer::create(service, loop, std::make_unique<CountingMonitor>(held));
+    EXPECT_EQ(seen["general change count"], 0);
+    EXPECT_EQ(seen["general read"], 1) << "from the first reading on";
+    EXPECT_EQ(seen["unique 1 write 1"], 1);
+    int asked = 0;
+    fake(server->pasteboards()->front())->asked = [&] { asked = held; };
+    EXPECT_TRUE(server->restoreItemsFromPasteboard(server->pasteboards()->front()));
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(seen["unique 1 items"], 0);
+    EXPECT_EQ(seen["general write 1"], 0);
+    EXPECT_EQ(held, 0);
+    server->clearHistory();
+    EXPECT_EQ(held, 0);
 }
 
 /// Takes messages from any thread and keeps none.
@@ -865,10 +1054,12 @@ TEST_F(ClipboardTasks, WithoutAServerNothingIsRestoredAndNothingNeedsClearing) {
     expectNoCommand();
 }
 
-TEST_F(ClipboardTasks, NoPasteboardIsAFailure) {
+TEST_F(ClipboardTasks, NoPasteboardEmptiesTheClipboard) {
     runner.setPasteboardServer(makeServer());
+    EXPECT_EQ(runner.restoreItemsFromPasteboard(nullptr), 0);
+    EXPECT_TRUE(service.general->content().empty());
+    service.general->takesItems = false;
     EXPECT_EQ(runner.restoreItemsFromPasteboard(nullptr), 1);
-    EXPECT_EQ(joined(service.general->texts()), "0");
 }
 
 TEST_F(ClipboardTasks, ACancellingOwnerIsNotAsked) {
@@ -896,13 +1087,14 @@ TEST(HeadlessPasteboard, TheClipboardIsEmptyForEverAndTakesNothing) {
     PasteboardService& service = PasteboardService::platform();
     for (const auto& pasteboard : {service.generalPasteboard(), service.pasteboardWithUniqueName()}) {
         ASSERT_NE(pasteboard, nullptr);
-        const NSInteger count = pasteboard->changeCount();
+        const auto count = pasteboard->changeCount();
+        EXPECT_TRUE(count.has_value());
         EXPECT_FALSE(pasteboard->writeObjects({service.newItem()}));
         EXPECT_FALSE(pasteboard->writeObjects({}));
-        pasteboard->clearContents();
+        EXPECT_TRUE(pasteboard->clearContents());
         EXPECT_EQ(pasteboard->changeCount(), count);
-        EXPECT_TRUE(pasteboard->readItems().empty());
-        EXPECT_TRUE(pasteboard->pasteboardItems().empty());
+        EXPECT_EQ(pasteboard->readItems(), PasteboardItems());
+        EXPECT_EQ(pasteboard->pasteboardItems(), PasteboardItems());
     }
 }
 
@@ -910,8 +1102,8 @@ TEST(HeadlessPasteboard, AnItemTakesNothing) {
     const auto item = PasteboardService::platform().newItem();
     ASSERT_NE(item, nullptr);
     EXPECT_FALSE(item->setData(data("x"), kText));
-    EXPECT_TRUE(item->types().empty());
-    EXPECT_EQ(item->dataForType(kText), nullptr);
+    EXPECT_EQ(item->types(), Lines());
+    EXPECT_EQ(item->dataForType(kText), std::shared_ptr<const PasteboardData>());
 }
 
 TEST(HeadlessPasteboard, AServerHasOneEmptyEntryThatNothingChanges) {

@@ -25,8 +25,8 @@ class CocoaPasteboardItem final : public PasteboardItem {
     /// `onPasteboard`: whether it is part of a pasteboard's content, and so cannot be written to another.
     CocoaPasteboardItem(NSPasteboardItem* item, bool onPasteboard) : item_(item), onPasteboard_(onPasteboard) {}
 
-    std::vector<std::string> types() override;
-    std::shared_ptr<const PasteboardData> dataForType(const std::string& type) override;
+    std::optional<std::vector<std::string>> types() override;
+    std::optional<std::shared_ptr<const PasteboardData>> dataForType(const std::string& type) override;
     bool setData(const std::shared_ptr<const PasteboardData>& data, const std::string& forType) override;
 
     [[nodiscard]] NSPasteboardItem* item() const { return item_.get(); }
@@ -38,15 +38,15 @@ class CocoaPasteboardItem final : public PasteboardItem {
     bool onPasteboard_;
 };
 
-/// An `NSPasteboard`; nil is one that is empty for ever and takes nothing.
+/// An `NSPasteboard`.
 class CocoaPasteboard final : public Pasteboard {
   public:
     explicit CocoaPasteboard(NSPasteboard* pasteboard) : pasteboard_(pasteboard) {}
 
-    NSInteger changeCount() override;
-    PasteboardItems readItems() override;
-    PasteboardItems pasteboardItems() override;
-    void clearContents() override;
+    std::optional<NSInteger> changeCount() override;
+    std::optional<PasteboardItems> readItems() override;
+    std::optional<PasteboardItems> pasteboardItems() override;
+    bool clearContents() override;
     bool writeObjects(const PasteboardItems& items) override;
     [[nodiscard]] bool isEqual(const Pasteboard& other) const override;
 

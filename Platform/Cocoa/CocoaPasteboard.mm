@@ -41,8 +41,8 @@ std::string CocoaPasteboardData::description() const {
     });
 }
 
-std::vector<std::string> CocoaPasteboardItem::types() {
-    return guarded(std::vector<std::string>(), [&] {
+std::optional<std::vector<std::string>> CocoaPasteboardItem::types() {
+    return guardedAnswer([&] {
         std::vector<std::string> types;
         for (NSString* type in [item_.get() types]) {
             types.push_back(textOf(type));
@@ -51,8 +51,8 @@ std::vector<std::string> CocoaPasteboardItem::types() {
     });
 }
 
-std::shared_ptr<const PasteboardData> CocoaPasteboardItem::dataForType(const std::string& type) {
-    return guarded(std::shared_ptr<const PasteboardData>(), [&]() -> std::shared_ptr<const PasteboardData> {
+std::optional<std::shared_ptr<const PasteboardData>> CocoaPasteboardItem::dataForType(const std::string& type) {
+    return guardedAnswer([&]() -> std::shared_ptr<const PasteboardData> {
         NSData* data = [item_.get() dataForType:stringOf(type)];
         return data != nil ? std::make_shared<CocoaPasteboardData>(data) : nullptr;
     });
@@ -62,23 +62,26 @@ bool CocoaPasteboardItem::setData(const std::shared_ptr<const PasteboardData>& d
     return guarded(false, [&] { return data && [item_.get() setData:dataOf(*data) forType:stringOf(forType)] != NO; });
 }
 
-NSInteger CocoaPasteboard::changeCount() {
-    return guarded(NSInteger{0}, [&]() -> NSInteger { return [pasteboard_.get() changeCount]; });
+std::optional<NSInteger> CocoaPasteboard::changeCount() {
+    return guardedAnswer([&]() -> NSInteger { return [pasteboard_.get() changeCount]; });
 }
 
-PasteboardItems CocoaPasteboard::readItems() {
-    return guarded(PasteboardItems(), [&] {
+std::optional<PasteboardItems> CocoaPasteboard::readItems() {
+    return guardedAnswer([&] {
         return itemsOf([pasteboard_.get() readObjectsForClasses:[NSArray arrayWithObject:[NSPasteboardItem class]]
                                                         options:[NSDictionary dictionary]]);
     });
 }
 
-PasteboardItems CocoaPasteboard::pasteboardItems() {
-    return guarded(PasteboardItems(), [&] { return itemsOf([pasteboard_.get() pasteboardItems]); });
+std::optional<PasteboardItems> CocoaPasteboard::pasteboardItems() {
+    return guardedAnswer([&] { return itemsOf([pasteboard_.get() pasteboardItems]); });
 }
 
-void CocoaPasteboard::clearContents() {
-    guarded(NSInteger{0}, [&]() -> NSInteger { return [pasteboard_.get() clearContents]; });
+bool CocoaPasteboard::clearContents() {
+    return guarded(false, [&] {
+        [pasteboard_.get() clearContents];
+        return true;
+    });
 }
 
 bool CocoaPasteboard::writeObjects(const PasteboardItems& items) {
@@ -131,10 +134,10 @@ class CocoaPasteboardService final : public PasteboardService {
 
   private:
     template <typename Source> static std::shared_ptr<Pasteboard> pasteboardFrom(Source source) {
-        std::shared_ptr<Pasteboard> pasteboard =
-            guarded(std::shared_ptr<Pasteboard>(),
-                    [&]() -> std::shared_ptr<Pasteboard> { return std::make_shared<CocoaPasteboard>(source()); });
-        return pasteboard ? pasteboard : std::make_shared<CocoaPasteboard>(nil);
+        return guarded(std::shared_ptr<Pasteboard>(), [&]() -> std::shared_ptr<Pasteboard> {
+            NSPasteboard* pasteboard = source();
+            return pasteboard != nil ? std::make_shared<CocoaPasteboard>(pasteboard) : nullptr;
+        });
     }
 };
 

@@ -26,20 +26,26 @@ std::string textOf(NSString* string);
 /// The same, but nothing for nil.
 std::optional<std::string> optionalTextOf(NSString* string);
 
-/// Logs an exception that ended at an adapter's edge.
-void logException(NSException* exception);
+/// Logs an exception, an object of any class, that ended at an adapter's edge.
+void logException(id exception);
 
-/// Does the work with an autorelease pool around it, which a C++ caller need not have. An Objective-C exception ends
-/// here: it is logged and the answer is `failure`.
+/// Does the work with an autorelease pool around it, which a C++ caller need not have. An Objective-C exception
+/// ends here: it is logged and the answer is `failure`.
 template <typename Answer, typename Work> Answer guarded(Answer failure, Work&& work) {
     @autoreleasepool {
         @try {
             return std::forward<Work>(work)();
-        } @catch (NSException* exception) {
+        } @catch (id exception) {
             logException(exception);
         }
     }
     return failure;
+}
+
+/// The same for work whose every answer is one: nothing is the failure.
+template <typename Work> auto guardedAnswer(Work&& work) {
+    using Answer = std::optional<decltype(work())>;
+    return guarded(Answer(), [&] { return Answer(work()); });
 }
 
 /// One reference to an object.

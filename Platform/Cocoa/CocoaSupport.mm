@@ -76,8 +76,12 @@ std::optional<std::string> optionalTextOf(NSString* string) {
     return string != nil ? std::optional(textOf(string)) : std::nullopt;
 }
 
-void logException(NSException* exception) {
-    OVLog("%s: %s", textOf([exception name]).c_str(), textOf([exception reason]).c_str());
+void logException(id exception) {
+    if ([exception isKindOfClass:[NSException class]]) {
+        OVLog("%s: %s", textOf([exception name]).c_str(), textOf([exception reason]).c_str());
+    } else {
+        OVLog("An exception that is no NSException: %s", textOf([exception description]).c_str());
+    }
 }
 
 } // namespace orvane::cocoa

@@ -6,9 +6,11 @@ namespace {
 
 class HeadlessPasteboardItem final : public PasteboardItem {
   public:
-    std::vector<std::string> types() override { return {}; }
+    std::optional<std::vector<std::string>> types() override { return std::vector<std::string>(); }
 
-    std::shared_ptr<const PasteboardData> dataForType(const std::string& /*type*/) override { return nullptr; }
+    std::optional<std::shared_ptr<const PasteboardData>> dataForType(const std::string& /*type*/) override {
+        return nullptr;
+    }
 
     bool setData(const std::shared_ptr<const PasteboardData>& /*data*/, const std::string& /*forType*/) override {
         return false;
@@ -17,13 +19,13 @@ class HeadlessPasteboardItem final : public PasteboardItem {
 
 class HeadlessPasteboard final : public Pasteboard {
   public:
-    NSInteger changeCount() override { return 0; }
+    std::optional<NSInteger> changeCount() override { return 0; }
 
-    PasteboardItems readItems() override { return {}; }
+    std::optional<PasteboardItems> readItems() override { return PasteboardItems(); }
 
-    PasteboardItems pasteboardItems() override { return {}; }
+    std::optional<PasteboardItems> pasteboardItems() override { return PasteboardItems(); }
 
-    void clearContents() override {}
+    bool clearContents() override { return true; }
 
     bool writeObjects(const PasteboardItems& /*items*/) override { return false; }
 };

@@ -3,6 +3,7 @@
 #include "Pasteboard/OVPasteboardServer.h"
 #include "Platform/RunLoop.h"
 #include "Tests/Cocoa/CocoaTestSupport.h"
+#include "Tests/Cocoa/ReplacedMethod.h"
 #include "Tests/Fakes/RecordingLog.h"
 
 #include <gtest/gtest.h>
@@ -20,6 +21,31 @@
 }
 - (void)pasteboardFinishedWithDataProvider:(NSPasteboard*)pasteboard {
     (void)pasteboard;
+}
+@end
+
+/// An object of a host's own that stands for a pasteboard by its name.
+@interface OVSameName : NSObject {
+    NSString* name_;
+}
++ (OVSameName*)named:(NSString*)name;
+@end
+
+@implementation OVSameName
++ (OVSameName*)named:(NSString*)name {
+    OVSameName* const object = [[[self alloc] init] autorelease];
+    object->name_ = [name copy];
+    return object;
+}
+- (void)dealloc {
+    [name_ release];
+    [super dealloc];
+}
+- (BOOL)isEqual:(id)other {
+    return [other respondsToSelector:@selector(name)] && [name_ isEqual:[other name]];
+}
+- (NSUInteger)hash {
+    return [name_ hash];
 }
 @end
 
@@ -46,16 +72,23 @@ std::shared_ptr<PasteboardItem> itemOf(const std::vector<std::pair<std::string, 
 
 std::string bytesOf(PasteboardItem& item, const std::string& type) {
     const auto data = item.dataForType(type);
-    return data ? std::string(data->bytes()) : "(no data)";
+    return data ? (*data ? std::string((*data)->bytes()) : "(no data)") : "(failed)";
 }
 
 /// The bytes of that type of all items.
 std::vector<std::string> textsOf(Pasteboard& pasteboard, const std::string& type = kText) {
     std::vector<std::string> texts;
-    for (const auto& item : pasteboard.pasteboardItems()) {
+    const auto items = pasteboard.pasteboardItems();
+    for (const auto& item : items ? *items : PasteboardItems()) {
         texts.push_back(bytesOf(*item, type));
     }
-    return texts;
+    return items ? texts : std::vector<std::string>{"(failed)"};
+}
+
+PasteboardItems readItems(Pasteboard& pasteboard) {
+    const auto items = pasteboard.readItems();
+    EXPECT_TRUE(items.has_value());
+    return items ? *items : PasteboardItems();
 }
 
 std::vector<std::string> one(const std::string& text) {
@@ -64,7 +97,13 @@ std::vector<std::string> one(const std::string& text) {
 
 class CocoaPasteboardTest : public ::testing::Test {
   protected:
-    void SetUp() override { general->clearContents(); }
+    void SetUp() override { EXPECT_TRUE(general->clearContents()); }
+
+    /// As a user does.
+    void copy(const std::string& text) {
+        EXPECT_TRUE(general->clearContents());
+        EXPECT_TRUE(general->writeObjects({itemOf({{kText, text}})}));
+    }
 
     PasteboardService& service = PasteboardService::platform();
     const std::shared_ptr<Pasteboard> general = service.generalPasteboard();
@@ -79,30 +118,30 @@ class NoRunLoop final : public RunLoop {
 } // namespace
 
 TEST_F(CocoaPasteboardTest, AClearedPasteboardHasNoItems) {
-    EXPECT_TRUE(general->readItems().empty());
-    EXPECT_TRUE(general->pasteboardItems().empty());
+    EXPECT_EQ(general->readItems(), PasteboardItems());
+    EXPECT_EQ(general->pasteboardItems(), PasteboardItems());
 }
 
 TEST_F(CocoaPasteboardTest, AnItemComesBackWithItsTypesInOrderAndTheirBytes) {
     const std::string bytes("a\0\xFF", 3);
     ASSERT_TRUE(general->writeObjects({itemOf({{kText, "gr\xC3\xBCn"}, {kOther, bytes}, {"a.third", ""}})}));
 
-    const PasteboardItems items = general->readItems();
+    const PasteboardItems items = readItems(*general);
 
     ASSERT_EQ(items.size(), 1U);
     EXPECT_EQ(items[0]->types(), (std::vector<std::string>{kText, kOther, "a.third"}));
     EXPECT_EQ(bytesOf(*items[0], kText), "gr\xC3\xBCn");
     EXPECT_EQ(bytesOf(*items[0], kOther), bytes);
     EXPECT_EQ(bytesOf(*items[0], "a.third"), "");
-    EXPECT_EQ(items[0]->dataForType("missing"), nullptr);
-    EXPECT_EQ(items[0]->dataForType("\xFF"), nullptr);
+    EXPECT_EQ(bytesOf(*items[0], "missing"), "(no data)");
+    EXPECT_EQ(bytesOf(*items[0], "\xFF"), "(no data)");
 }
 
 TEST_F(CocoaPasteboardTest, SeveralItemsComeBackInOrder) {
     ASSERT_TRUE(general->writeObjects(
         {itemOf({{kText, "first"}}), itemOf({{kText, "second"}, {kOther, "more"}}), itemOf({{kOther, "third"}})}));
 
-    const PasteboardItems items = general->readItems();
+    const PasteboardItems items = readItems(*general);
 
     ASSERT_EQ(items.size(), 3U);
     EXPECT_EQ(items[1]->types(), (std::vector<std::string>{kText, kOther}));
@@ -124,7 +163,8 @@ TEST_F(CocoaPasteboardTest, AnotherProcessPastesWhatWasWritten) {
 }
 
 TEST_F(CocoaPasteboardTest, TheCountMovesWhenAnotherProcessCopies) {
-    const NSInteger before = general->changeCount();
+    const auto before = general->changeCount();
+    ASSERT_TRUE(before.has_value());
     EXPECT_EQ(general->changeCount(), before);
 
     ASSERT_EQ(runProbe({"copy", kText, "from elsewhere"}).status, 0);
@@ -134,9 +174,10 @@ TEST_F(CocoaPasteboardTest, TheCountMovesWhenAnotherProcessCopies) {
 }
 
 TEST_F(CocoaPasteboardTest, TheCountMovesWhenTheContentIsClearedOrWritten) {
-    const NSInteger before = general->changeCount();
-    general->clearContents();
-    const NSInteger cleared = general->changeCount();
+    const auto before = general->changeCount();
+    ASSERT_TRUE(before.has_value());
+    EXPECT_TRUE(general->clearContents());
+    const auto cleared = general->changeCount();
     ASSERT_TRUE(general->writeObjects({itemOf({{kText, "text"}})}));
 
     EXPECT_NE(cleared, before);
@@ -148,18 +189,18 @@ TEST_F(CocoaPasteboardTest, AnItemIsWrittenOnce) {
     ASSERT_TRUE(general->writeObjects({item}));
 
     EXPECT_FALSE(service.pasteboardWithUniqueName()->writeObjects({item}));
-    EXPECT_FALSE(service.pasteboardWithUniqueName()->writeObjects(general->readItems()));
+    EXPECT_FALSE(service.pasteboardWithUniqueName()->writeObjects(readItems(*general)));
     EXPECT_EQ(textsOf(*general), one("text"));
 }
 
 TEST_F(CocoaPasteboardTest, AnItemOfAnEarlierContentHasNothingToSay) {
     ASSERT_TRUE(general->writeObjects({itemOf({{kText, "early"}})}));
-    const PasteboardItems items = general->readItems();
+    const PasteboardItems items = readItems(*general);
     ASSERT_EQ(runProbe({"copy", kText, "late"}).status, 0);
 
     ASSERT_EQ(items.size(), 1U);
     EXPECT_EQ(items[0]->types(), one(kText));
-    EXPECT_EQ(items[0]->dataForType(kText), nullptr);
+    EXPECT_EQ(bytesOf(*items[0], kText), "(no data)");
     EXPECT_FALSE(items[0]->setData(dataOf("changed"), kText));
 }
 
@@ -171,7 +212,7 @@ TEST_F(CocoaPasteboardTest, PasteboardsWithUniqueNamesAreApart) {
 
     EXPECT_EQ(textsOf(*first), one("first"));
     EXPECT_EQ(textsOf(*second), one("second"));
-    EXPECT_TRUE(general->readItems().empty());
+    EXPECT_EQ(general->readItems(), PasteboardItems());
     const std::string elsewhere = runProbe({"unique-name"}).output;
     EXPECT_NE(elsewhere, "");
     EXPECT_NE(elsewhere, textOf([static_cast<CocoaPasteboard&>(*first).pasteboard() name]));
@@ -184,7 +225,7 @@ TEST_F(CocoaPasteboardTest, DataIsHeldAndNeverCopied) {
     const auto item = service.newItem();
     ASSERT_TRUE(item->setData(data, kText));
 
-    EXPECT_EQ(item->dataForType(kText)->bytes().data(), data->bytes().data());
+    EXPECT_EQ((*item->dataForType(kText))->bytes().data(), data->bytes().data());
 }
 
 TEST_F(CocoaPasteboardTest, ALateTypeComesLastAndNewDataKeepsItsPlace) {
@@ -202,14 +243,72 @@ TEST_F(CocoaPasteboardTest, TheDescriptionOfDataIsShort) {
     EXPECT_NE(dataOf(std::string(1000000, 'x'))->description().find("1000000 bytes"), std::string::npos);
 }
 
-TEST_F(CocoaPasteboardTest, APasteboardThatIsMissingIsEmptyAndTakesNothing) {
-    CocoaPasteboard missing(nil);
+TEST_F(CocoaPasteboardTest, TwoObjectsOfOnePasteboardAreEqual) {
+    const auto entry = service.pasteboardWithUniqueName();
+    NSPasteboard* const pasteboard = static_cast<CocoaPasteboard&>(*entry).pasteboard();
 
-    EXPECT_EQ(missing.changeCount(), 0);
-    EXPECT_TRUE(missing.readItems().empty());
-    EXPECT_TRUE(missing.pasteboardItems().empty());
-    missing.clearContents();
-    EXPECT_FALSE(missing.writeObjects({itemOf({{kText, "text"}})}));
+    EXPECT_TRUE(entry->isEqual(*entry));
+    EXPECT_TRUE(entry->isEqual(CocoaPasteboard(pasteboard)));
+    EXPECT_TRUE(entry->isEqual(CocoaPasteboard([NSPasteboard pasteboardWithName:[pasteboard name]])));
+    EXPECT_TRUE(CocoaPasteboard(static_cast<NSPasteboard*>([OVSameName named:[pasteboard name]])).isEqual(*entry));
+    EXPECT_FALSE(entry->isEqual(*service.pasteboardWithUniqueName()));
+    EXPECT_FALSE(entry->isEqual(*general));
+    const Raising raising([OVSameName class], @selector(isEqual:));
+    const testing::RecordingLog log;
+    EXPECT_FALSE(CocoaPasteboard(static_cast<NSPasteboard*>([OVSameName named:[pasteboard name]])).isEqual(*entry));
+    EXPECT_EQ(log.messages, one("OVTestException: raised"));
+}
+
+TEST_F(CocoaPasteboardTest, AnExceptionIsLoggedAndAnsweredWithNothing) {
+    copy("text");
+    const PasteboardItems items = readItems(*general);
+    const auto pasteboard = service.pasteboardWithUniqueName();
+    testing::RecordingLog log;
+    {
+        const Raising raising([NSPasteboard class], @selector(changeCount));
+        EXPECT_EQ(general->changeCount(), std::nullopt);
+        EXPECT_EQ(bytesOf(*items.at(0), kText), "(failed)");
+    }
+    {
+        const Raising raising([NSPasteboard class], @selector(readObjectsForClasses:options:));
+        EXPECT_EQ(general->readItems(), std::nullopt);
+    }
+    {
+        const Raising raising([NSPasteboard class], @selector(pasteboardItems));
+        EXPECT_EQ(general->readItems(), std::nullopt);
+        EXPECT_EQ(general->pasteboardItems(), std::nullopt);
+    }
+    {
+        const Raising raising([NSPasteboard class], @selector(clearContents));
+        EXPECT_FALSE(general->clearContents());
+    }
+    {
+        const Raising raising([NSPasteboard class], @selector(writeObjects:));
+        EXPECT_FALSE(pasteboard->writeObjects({itemOf({{kText, "x"}})}));
+    }
+    {
+        const Raising raising([NSPasteboardItem class], @selector(types));
+        EXPECT_EQ(itemOf({{kText, "x"}})->types(), std::nullopt);
+    }
+    EXPECT_EQ(log.messages, std::vector<std::string>(8, "OVTestException: raised"));
+    log.messages.clear();
+    {
+        const Raising raising([NSPasteboard class], @selector(changeCount), @"no exception at all");
+        EXPECT_EQ(general->changeCount(), std::nullopt);
+    }
+    EXPECT_EQ(log.messages, one("An exception that is no NSException: no exception at all"));
+    EXPECT_EQ(textsOf(*general), one("text"));
+}
+
+TEST_F(CocoaPasteboardTest, APasteboardThatTheSystemDoesNotGiveIsNull) {
+    const testing::RecordingLog log;
+    const Raising unique(object_getClass([NSPasteboard class]), @selector(pasteboardWithUniqueName));
+    EXPECT_EQ(service.pasteboardWithUniqueName(), nullptr);
+    const Raising clipboard(object_getClass([NSPasteboard class]), @selector(generalPasteboard));
+    EXPECT_EQ(service.generalPasteboard(), nullptr);
+    const Raising item([NSPasteboardItem class], @selector(init));
+    EXPECT_EQ(service.newItem(), nullptr);
+    EXPECT_EQ(log.messages.size(), 3U);
 }
 
 /// The history, kept of GNUstep's clipboard.
@@ -275,8 +374,7 @@ TEST_F(CocoaPasteboardHistoryTest, TheTenthChangeRecyclesTheOldest) {
     const auto server = OVPasteboardServer::create(service, runLoop);
     const std::shared_ptr<Pasteboard> oldest = server->pasteboards()->front();
     for (int change = 1; change <= 10; ++change) {
-        general->clearContents();
-        ASSERT_TRUE(general->writeObjects({itemOf({{kText, "change " + std::to_string(change)}})}));
+        copy("change " + std::to_string(change));
         server->pollPasteboard();
         server->pollPasteboard();
     }
@@ -317,6 +415,86 @@ TEST_F(CocoaPasteboardHistoryTest, AClearedHistoryIsEmptyUntilTheNextChange) {
     ASSERT_EQ(runProbe({"copy", kText, "text"}).status, 0);
     server->pollPasteboard();
     EXPECT_EQ(newest(*server), one("text"));
+}
+
+TEST_F(CocoaPasteboardHistoryTest, AReadingThatRaisesLeavesTheHistoryAndIsDoneAgain) {
+    struct Source {
+        Class owner;
+        SEL selector;
+    };
+    const Source sources[] = {
+        {[NSPasteboard class], @selector(readObjectsForClasses:options:)},
+        {[NSPasteboard class], @selector(changeCount)},
+        {[NSPasteboard class], @selector(dataForType:)},
+        {object_getClass([NSPasteboard class]), @selector(generalPasteboard)},
+        {object_getClass([NSPasteboard class]), @selector(pasteboardWithUniqueName)},
+        {[NSPasteboardItem class], @selector(init)},
+    };
+    for (const bool full : {false, true}) {
+        for (const Source& source : sources) {
+            SCOPED_TRACE(std::string(full ? "full: " : "") + sel_getName(source.selector));
+            if (full && source.selector == @selector(pasteboardWithUniqueName)) {
+                continue; // not asked for
+            }
+            ASSERT_TRUE(general->clearContents());
+            NoRunLoop runLoop;
+            const auto server = OVPasteboardServer::create(service, runLoop);
+            for (int change = 0; change < (full ? 10 : 1); ++change) {
+                copy(std::to_string(change));
+                server->pollPasteboard();
+            }
+            const auto before = *server->pasteboards();
+            copy("new");
+            {
+                const testing::RecordingLog log;
+                const Raising raising(source.owner, source.selector);
+                server->pollPasteboard();
+                server->pollPasteboard();
+                EXPECT_EQ(log.messages.size(), 2U) << "tried twice";
+            }
+            EXPECT_EQ(*server->pasteboards(), before);
+            EXPECT_EQ(textsOf(*before.back()), full ? one("0") : std::vector<std::string>());
+
+            server->pollPasteboard();
+            server->pollPasteboard();
+            EXPECT_EQ(server->pasteboards()->size(), full ? 10U : 3U);
+            EXPECT_EQ(newest(*server), one("new"));
+        }
+    }
+}
+
+TEST_F(CocoaPasteboardHistoryTest, AnEntryWhoseReadingRaisesStaysAndSoDoesTheClipboard) {
+    copy("old");
+    NoRunLoop runLoop;
+    const auto server = OVPasteboardServer::create(service, runLoop);
+    copy("new");
+    server->pollPasteboard();
+    const auto count = general->changeCount();
+    for (SEL selector : { @selector(pasteboardItems), @selector(dataForType:), @selector(types) }) {
+        SCOPED_TRACE(sel_getName(selector));
+        const testing::RecordingLog log;
+        const Raising raising([NSPasteboard class], selector);
+        EXPECT_FALSE(server->restoreItemsFromPasteboard(server->pasteboards()->back()));
+        EXPECT_EQ(log.messages, one("OVTestException: raised"));
+    }
+    EXPECT_EQ(server->pasteboards()->size(), 2U);
+    EXPECT_EQ(textsOf(*server->pasteboards()->back()), one("old"));
+    EXPECT_EQ(textsOf(*general), one("new"));
+    EXPECT_EQ(general->changeCount(), count);
+}
+
+TEST_F(CocoaPasteboardHistoryTest, RestoringNothingEmptiesTheClipboard) {
+    copy("text");
+    NoRunLoop runLoop;
+    const auto server = OVPasteboardServer::create(service, runLoop);
+
+    EXPECT_TRUE(server->restoreItemsFromPasteboard(nullptr));
+
+    EXPECT_EQ(general->pasteboardItems(), PasteboardItems());
+    EXPECT_EQ(newest(*server), one("text"));
+    server->pollPasteboard();
+    EXPECT_EQ(server->pasteboards()->size(), 2U);
+    EXPECT_EQ(newest(*server), std::vector<std::string>());
 }
 
 } // namespace orvane::test

@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -41,14 +42,12 @@ class FakePasteboard final : public Pasteboard, public std::enable_shared_from_t
   public:
     FakePasteboard(FakePasteboardService& service, std::string itsName) : name(std::move(itsName)), service_(service) {}
 
-    NSInteger changeCount() override;
-    PasteboardItems readItems() override;
-    PasteboardItems pasteboardItems() override;
-    void clearContents() override;
+    std::optional<NSInteger> changeCount() override;
+    std::optional<PasteboardItems> readItems() override;
+    std::optional<PasteboardItems> pasteboardItems() override;
+    bool clearContents() override;
     bool writeObjects(const PasteboardItems& items) override;
-    [[nodiscard]] bool isEqual(const Pasteboard& other) const override {
-        return this == &other || std::find(equals.begin(), equals.end(), &other) != equals.end();
-    }
+    [[nodiscard]] bool isEqual(const Pasteboard& other) const override;
 
     /// What another program does that has something to copy. One text is one item with one type.
     void put(std::vector<FakeContent> content);
@@ -63,6 +62,7 @@ class FakePasteboard final : public Pasteboard, public std::enable_shared_from_t
     const std::string name;
     bool takesItems = true;                ///< whether writing succeeds
     std::vector<const Pasteboard*> equals; ///< other objects that stand for the same pasteboard
+    std::function<void()> asked;           ///< called by the question whether it is equal to another
 
   private:
     friend class FakeReadItem;
@@ -79,8 +79,8 @@ class FakeReadItem final : public PasteboardItem {
     FakeReadItem(FakePasteboardService& service, std::shared_ptr<FakePasteboard> pasteboard, std::size_t index)
         : service_(service), pasteboard_(std::move(pasteboard)), index_(index), count_(pasteboard_->changeCount_) {}
 
-    std::vector<std::string> types() override;
-    std::shared_ptr<const PasteboardData> dataForType(const std::string& type) override;
+    std::optional<std::vector<std::string>> types() override;
+    std::optional<std::shared_ptr<const PasteboardData>> dataForType(const std::string& type) override;
     bool setData(const std::shared_ptr<const PasteboardData>& /*data*/, const std::string& /*forType*/) override {
         return false;
     }
@@ -97,8 +97,8 @@ class FakeNewItem final : public PasteboardItem {
   public:
     explicit FakeNewItem(FakePasteboardService& service) : service_(service) {}
 
-    std::vector<std::string> types() override;
-    std::shared_ptr<const PasteboardData> dataForType(const std::string& type) override;
+    std::optional<std::vector<std::string>> types() override;
+    std::optional<std::shared_ptr<const PasteboardData>> dataForType(const std::string& type) override;
     bool setData(const std::shared_ptr<const PasteboardData>& data, const std::string& forType) override;
 
     FakeContent content;
@@ -110,9 +110,13 @@ class FakeNewItem final : public PasteboardItem {
 
 class FakePasteboardService final : public PasteboardService {
   public:
-    std::shared_ptr<Pasteboard> generalPasteboard() override { return general; }
+    std::shared_ptr<Pasteboard> generalPasteboard() override {
+        return failing != "general pasteboard" ? general : nullptr;
+    }
     std::shared_ptr<Pasteboard> pasteboardWithUniqueName() override {
-        note("unique pasteboard");
+        if (!note("unique pasteboard")) {
+            return nullptr;
+        }
         if (unique != nullptr) {
             return unique;
         }
@@ -122,8 +126,7 @@ class FakePasteboardService final : public PasteboardService {
         return pasteboard;
     }
     std::shared_ptr<PasteboardItem> newItem() override {
-        note("new item");
-        return std::make_shared<FakeNewItem>(*this);
+        return note("new item") ? std::make_shared<FakeNewItem>(*this) : nullptr;
     }
 
     /// The events since the last call.
@@ -132,8 +135,9 @@ class FakePasteboardService final : public PasteboardService {
         return std::exchange(events, {});
     }
 
-    /// Notes what was asked and lets the test do something meanwhile.
-    void note(const std::string& event) {
+    /// Notes what was asked and lets the test do something meanwhile. Whether it goes well: false is what the system's
+    /// answers when an exception was raised.
+    bool note(const std::string& event) {
         if (notes) {
             const std::lock_guard lock(mutex);
             events.push_back(event);
@@ -141,12 +145,14 @@ class FakePasteboardService final : public PasteboardService {
         if (during) {
             during(event);
         }
+        return failing.empty() || event.find(failing) == std::string::npos;
     }
 
     const std::shared_ptr<FakePasteboard> general = std::make_shared<FakePasteboard>(*this, "general");
     std::set<std::string> refusedTypes; ///< those that a new item does not take
     std::shared_ptr<Pasteboard> unique; ///< the next pasteboard with a unique name, in place of a new one
     std::function<void(const std::string& event)> during;
+    std::string failing; ///< events with this in them fail
     bool notes = true;
 
     std::mutex mutex; ///< around what follows and what the pasteboards hold
@@ -155,20 +161,20 @@ class FakePasteboardService final : public PasteboardService {
     std::vector<std::weak_ptr<const PasteboardData>> handedOut; ///< the copies of data, by order of asking
 };
 
-inline NSInteger FakePasteboard::changeCount() {
-    service_.note(name + " change count");
+inline std::optional<NSInteger> FakePasteboard::changeCount() {
+    if (!service_.note(name + " change count")) {
+        return std::nullopt;
+    }
     const std::lock_guard lock(service_.mutex);
     return changeCount_;
 }
 
-inline PasteboardItems FakePasteboard::readItems() {
-    service_.note(name + " read");
-    return itemsOfContent();
+inline std::optional<PasteboardItems> FakePasteboard::readItems() {
+    return service_.note(name + " read") ? std::optional(itemsOfContent()) : std::nullopt;
 }
 
-inline PasteboardItems FakePasteboard::pasteboardItems() {
-    service_.note(name + " items");
-    return itemsOfContent();
+inline std::optional<PasteboardItems> FakePasteboard::pasteboardItems() {
+    return service_.note(name + " items") ? std::optional(itemsOfContent()) : std::nullopt;
 }
 
 inline PasteboardItems FakePasteboard::itemsOfContent() {
@@ -180,15 +186,27 @@ inline PasteboardItems FakePasteboard::itemsOfContent() {
     return items;
 }
 
-inline void FakePasteboard::clearContents() {
-    service_.note(name + " clear");
+inline bool FakePasteboard::clearContents() {
+    if (!service_.note(name + " clear")) {
+        return false;
+    }
     const std::lock_guard lock(service_.mutex);
     content_.clear();
     ++changeCount_;
+    return true;
+}
+
+inline bool FakePasteboard::isEqual(const Pasteboard& other) const {
+    if (asked) {
+        asked();
+    }
+    return this == &other || std::find(equals.begin(), equals.end(), &other) != equals.end();
 }
 
 inline bool FakePasteboard::writeObjects(const PasteboardItems& items) {
-    service_.note(name + " write " + std::to_string(items.size()));
+    if (!service_.note(name + " write " + std::to_string(items.size()))) {
+        return false;
+    }
     const std::lock_guard lock(service_.mutex);
     for (const auto& item : items) {
         auto* const fresh = dynamic_cast<FakeNewItem*>(item.get());
@@ -224,8 +242,10 @@ inline std::vector<std::string> FakePasteboard::texts() const {
     return texts;
 }
 
-inline std::vector<std::string> FakeReadItem::types() {
-    service_.note("types");
+inline std::optional<std::vector<std::string>> FakeReadItem::types() {
+    if (!service_.note("types")) {
+        return std::nullopt;
+    }
     const std::lock_guard lock(service_.mutex);
     std::vector<std::string> types;
     if (pasteboard_->changeCount_ == count_) {
@@ -236,8 +256,10 @@ inline std::vector<std::string> FakeReadItem::types() {
     return types;
 }
 
-inline std::shared_ptr<const PasteboardData> FakeReadItem::dataForType(const std::string& type) {
-    service_.note("data " + type);
+inline std::optional<std::shared_ptr<const PasteboardData>> FakeReadItem::dataForType(const std::string& type) {
+    if (!service_.note("data " + type)) {
+        return std::nullopt;
+    }
     const std::lock_guard lock(service_.mutex);
     if (pasteboard_->changeCount_ != count_) {
         return nullptr;
@@ -252,7 +274,7 @@ inline std::shared_ptr<const PasteboardData> FakeReadItem::dataForType(const std
     return nullptr;
 }
 
-inline std::vector<std::string> FakeNewItem::types() {
+inline std::optional<std::vector<std::string>> FakeNewItem::types() {
     std::vector<std::string> types;
     for (const auto& entry : content) {
         types.push_back(entry.first);
@@ -260,7 +282,7 @@ inline std::vector<std::string> FakeNewItem::types() {
     return types;
 }
 
-inline std::shared_ptr<const PasteboardData> FakeNewItem::dataForType(const std::string& type) {
+inline std::optional<std::shared_ptr<const PasteboardData>> FakeNewItem::dataForType(const std::string& type) {
     const auto found =
         std::find_if(content.begin(), content.end(), [&](const auto& each) { return each.first == type; });
     return found != content.end() ? found->second : nullptr;
