@@ -2,6 +2,8 @@
 
 #import "Platform/Cocoa/CocoaSupport.h"
 
+#include "Tasks/OVVolumeDictionary.h"
+
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,12 +20,16 @@ using cocoa::textOf;
 std::string pathOf(NSString* string);
 std::optional<std::string> optionalPathOf(NSString* string);
 
-/// The elements that are strings.
+/// The elements. One that is no string raises `NSInvalidArgumentException`: with fewer words a command would do
+/// something else.
 std::vector<std::string> textsOf(NSArray* strings);
 std::vector<std::string> pathsOf(NSArray* strings);
 
 /// New autoreleased arrays.
 NSMutableArray* stringsOf(const std::vector<std::string>& texts);
 NSMutableArray* stringsOfPaths(const std::vector<std::string>& paths);
+
+/// A new autoreleased dictionary with the five keys.
+NSMutableDictionary* dictionaryOf(const OVVolumeDictionary& volume);
 
 } // namespace orvane::face

@@ -1,5 +1,7 @@
 #import "Framework/OVConversions.h"
 
+#import "Framework/OVTaskRunner.h"
+
 namespace orvane::face {
 
 namespace {
@@ -8,9 +10,11 @@ template <typename Convert> std::vector<std::string> convertAll(NSArray* strings
     std::vector<std::string> result;
     result.reserve([strings count]);
     for (id element in strings) {
-        if ([element isKindOfClass:[NSString class]]) {
-            result.push_back(convert(element));
+        if (![element isKindOfClass:[NSString class]]) {
+            [NSException raise:NSInvalidArgumentException
+                        format:@"A list of strings has an element of the class %@", [element class]];
         }
+        result.push_back(convert(element));
     }
     return result;
 }
@@ -55,6 +59,16 @@ NSMutableArray* stringsOf(const std::vector<std::string>& texts) {
 
 NSMutableArray* stringsOfPaths(const std::vector<std::string>& paths) {
     return arrayOf(paths, stringOfPath);
+}
+
+NSMutableDictionary* dictionaryOf(const OVVolumeDictionary& volume) {
+    return [NSMutableDictionary
+        dictionaryWithObjectsAndKeys:stringOf(volume.path()), ::OVVolumePath,
+                                     [NSNumber numberWithUnsignedLongLong:volume.owner()], ::OVVolumeOwner,
+                                     [NSNumber numberWithBool:(volume.isLocal() ? YES : NO)], ::OVVolumeIsLocal,
+                                     [NSNumber numberWithUnsignedLongLong:volume.totalSpace()], ::OVVolumeTotalSpace,
+                                     [NSNumber numberWithUnsignedLongLong:volume.freeSpace()], ::OVVolumeFreeSpace,
+                                     nil];
 }
 
 } // namespace orvane::face

@@ -30,7 +30,8 @@ OV_EXTERN const NSInteger OVShellCommandCancelFailed; ///< -9999: a cancel was a
 /// The designated initialiser.
 - (id)init;
 
-/// Runs the program at the absolute path with the arguments (strings, without its name) and blocks until it has
+/// Runs the program at the absolute path with the arguments (strings, without its name; an element of another class
+/// raises `NSInvalidArgumentException`) and blocks until it has
 /// ended, or until a cancel could not be sent. The delegate is not retained. Returns an exit code, one of the
 /// constants above or -1.
 - (NSInteger)runCommandAtPath:(NSString*)path

@@ -3,7 +3,7 @@
 #import "Framework/OVConversions.h"
 #import "Framework/OVHeldException.h"
 #import "Framework/OVPasteboardServer.h"
-#import "Platform/Cocoa/CocoaPropertyList.h"
+#import "Platform/Cocoa/CocoaUserDefaults.h"
 #import "Platform/Cocoa/CocoaWorkspace.h"
 
 #include "Tasks/OVTaskRunner.h"
@@ -184,16 +184,7 @@ std::shared_ptr<orvane::RunningApplication> coreApplication(NSRunningApplication
     }
     NSMutableArray* const result = [NSMutableArray arrayWithCapacity:volumes->size()];
     for (const orvane::OVVolumeDictionary& volume : *volumes) {
-        [result addObject:[NSMutableDictionary
-                              dictionaryWithObjectsAndKeys:face::stringOf(volume.path()), OVVolumePath,
-                                                           [NSNumber numberWithUnsignedLongLong:volume.owner()],
-                                                           OVVolumeOwner,
-                                                           [NSNumber numberWithBool:(volume.isLocal() ? YES : NO)],
-                                                           OVVolumeIsLocal,
-                                                           [NSNumber numberWithUnsignedLongLong:volume.totalSpace()],
-                                                           OVVolumeTotalSpace,
-                                                           [NSNumber numberWithUnsignedLongLong:volume.freeSpace()],
-                                                           OVVolumeFreeSpace, nil]];
+        [result addObject:face::dictionaryOf(volume)];
     }
     return result;
 }
@@ -377,6 +368,8 @@ std::shared_ptr<orvane::RunningApplication> coreApplication(NSRunningApplication
 
 #pragma mark Settings
 
+// An object that the host reads or sets itself does not become a value of the core's on the way.
+
 - (BOOL)isDashboardOn {
     return OV_FORWARD(isDashboardOn()) ? YES : NO;
 }
@@ -406,8 +399,7 @@ std::shared_ptr<orvane::RunningApplication> coreApplication(NSRunningApplication
 }
 
 - (NSString*)screenshotFormat {
-    const auto format = OV_FORWARD(screenshotFormat());
-    return format ? cocoa::objectOf(*format) : nil; // as it is stored, whatever it is
+    return [self objectForKey:@"type" defaults:@"com.apple.screencapture"]; // as it is stored, whatever it is
 }
 
 - (int32_t)setScreenshotFormat:(NSString*)format {
@@ -423,14 +415,13 @@ std::shared_ptr<orvane::RunningApplication> coreApplication(NSRunningApplication
 }
 
 - (id)objectForKey:(NSString*)key defaults:(NSString*)defaults {
-    const auto object = OV_FORWARD(objectForKey(face::textOf(key), face::textOf(defaults)));
-    return object ? cocoa::objectOf(*object) : nil;
+    return cocoa::objectInDomain(cocoa::freshUserDefaults(), key, defaults);
 }
 
 - (void)setObject:(id)object forKey:(NSString*)key defaults:(NSString*)defaults {
-    if (const auto value = cocoa::valueOf(object)) { // which logs what a property list does not hold
-        static_cast<Core*>(core_)->tasks.setObject(*value, face::textOf(key), face::textOf(defaults));
-    }
+    NSUserDefaults* const userDefaults = cocoa::freshUserDefaults();
+    cocoa::setObjectInDomain(userDefaults, object, key, defaults);
+    [userDefaults synchronize];
 }
 
 #pragma mark The clipboard

@@ -11,11 +11,13 @@ namespace orvane {
 /// The user's defaults (`NSUserDefaults`), as one object sees them. Those of the user whom the process runs as.
 class UserDefaults {
   public:
-    /// `persistentDomainForName:`: all that the program of that name has stored; nothing when it has no domain.
-    virtual std::optional<PropertyListDictionary> persistentDomainForName(const std::string& name) = 0;
+    /// The key's value in `persistentDomainForName:`, which is all that the program of that name has stored; nothing
+    /// without the domain or the key.
+    virtual std::optional<PropertyListValue> objectForKey(const std::string& key, const std::string& domain) = 0;
 
-    /// `setPersistentDomain:forName:`: replaces the whole domain.
-    virtual void setPersistentDomain(const PropertyListDictionary& domain, const std::string& forName) = 0;
+    /// `setPersistentDomain:forName:` with the domain as it is but for this key, or with a new one. The other values
+    /// do not pass through here: they are another program's, of whatever kinds it has.
+    virtual void setObject(const PropertyListValue& object, const std::string& forKey, const std::string& domain) = 0;
 
     /// `synchronize`: writes what was set, so that other processes read it. False when that failed.
     virtual bool synchronize() = 0;

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <utility>
 
 namespace orvane {
 
@@ -134,24 +135,22 @@ std::optional<std::string> stringWithFormat(std::string_view format, std::string
     });
 }
 
-std::optional<std::string> localizedStringWithFormat(std::string_view format, std::int32_t argument) {
+std::optional<std::string> localizedStringWithFormat(std::string_view format, std::int32_t argument,
+                                                     std::string_view zeroDigit) {
     return filled(format, [&](const Conversion& conversion, std::string& result) {
-        switch (conversion.type) {
-        case 'd':
-        case 'i':
-            result.append(printed(conversion, argument));
-            return true;
-        case 'u':
-            result.append(printed(conversion, static_cast<std::uint32_t>(argument)));
-            return true;
-        default:
+        if (std::string_view("diu").find(conversion.type) == std::string_view::npos) {
             return false;
         }
+        std::string number = conversion.type == 'u' ? printed(conversion, static_cast<std::uint32_t>(argument))
+                                                    : printed(conversion, argument);
+        localizeDigits(number, zeroDigit);
+        result.append(number);
+        return true;
     });
 }
 
 std::optional<std::string> localizedStringWithFormat(std::string_view format, double argument,
-                                                     std::string_view decimalSeparator) {
+                                                     std::string_view decimalSeparator, std::string_view zeroDigit) {
     return filled(format, [&](const Conversion& conversion, std::string& result) {
         if (std::string_view("fFeEgG").find(conversion.type) == std::string_view::npos) {
             return false;
@@ -160,9 +159,27 @@ std::optional<std::string> localizedStringWithFormat(std::string_view format, do
         if (std::isfinite(argument)) {
             setDecimalSeparator(number, decimalSeparator);
         }
+        localizeDigits(number, zeroDigit);
         result.append(number);
         return true;
     });
+}
+
+void localizeDigits(std::string& number, std::string_view zeroDigit) {
+    if (zeroDigit == "0" || zeroDigit.empty()) {
+        return;
+    }
+    std::string localized;
+    for (const char c : number) {
+        if (c < '0' || c > '9') {
+            localized.push_back(c);
+        } else {
+            // The ten digits of a script never cross a border of UTF-8: they differ in the last byte alone.
+            localized.append(zeroDigit);
+            localized.back() = static_cast<char>(localized.back() + (c - '0'));
+        }
+    }
+    number = std::move(localized);
 }
 
 void appendTenths(std::string& text, double value, std::string_view decimalSeparator) {

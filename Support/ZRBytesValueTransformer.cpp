@@ -20,13 +20,17 @@ constexpr std::array<std::string_view, 4> kUnits = {"%1.1f KB", "%1.1f MB", "%1.
 constexpr std::int32_t kModeBinary = 1;
 constexpr std::int32_t kModeDecimal = 2;
 
-std::string inEnglish(std::string_view key, std::int32_t count) {
-    return std::to_string(count).append(key.substr(std::string_view("%i").size()));
+std::string inEnglish(std::string_view key, std::int32_t count, std::string_view zeroDigit) {
+    std::string text = std::to_string(count);
+    localizeDigits(text, zeroDigit);
+    return text.append(key.substr(std::string_view("%i").size()));
 }
 
-std::string inEnglish(std::string_view key, double value, std::string_view decimalSeparator) {
+std::string inEnglish(std::string_view key, double value, std::string_view decimalSeparator,
+                      std::string_view zeroDigit) {
     std::string text;
     appendTenths(text, value, decimalSeparator);
+    localizeDigits(text, zeroDigit);
     return text.append(key.substr(std::string_view("%1.1f").size()));
 }
 
@@ -66,11 +70,11 @@ std::string ZRBytesValueTransformer::text(NSUInteger count, float value) const {
     }
     const std::uint64_t kilo = kilobyteSize();
     if (count == 1) {
-        return filledIn(bundle_, kOneByte, std::int32_t{1});
+        return filledIn(bundle_, kOneByte, std::int32_t{1}, locale_.zeroDigit());
     }
     // Deliberately the machine word: on a 32-bit build 2^32 counts as 0 here.
     if (count < kilo) {
-        return filledIn(bundle_, kBytes, static_cast<std::int32_t>(count));
+        return filledIn(bundle_, kBytes, static_cast<std::int32_t>(count), locale_.zeroDigit());
     }
     // Deliberately single precision, which may show another tenth than the exact quotient has.
     const auto singleKilo = static_cast<float>(kilo);
@@ -80,7 +84,8 @@ std::string ZRBytesValueTransformer::text(NSUInteger count, float value) const {
         quotient = inSinglePrecision(quotient / singleKilo);
         ++unit;
     }
-    return filledIn(bundle_, kUnits[unit], static_cast<double>(quotient), locale_.decimalSeparator());
+    return filledIn(bundle_, kUnits[unit], static_cast<double>(quotient), locale_.decimalSeparator(),
+                    locale_.zeroDigit());
 }
 
 } // namespace orvane

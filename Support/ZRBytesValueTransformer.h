@@ -23,7 +23,8 @@ concept OVByteCount = requires(const Number& number) {
 };
 
 /// Turns byte counts into short texts ("1 byte", "512 bytes", "3.4 MB"; `NSValueTransformer`), one way only. The texts
-/// come from the bundle's strings table, with the English text as key, the decimal separator from the user's locale.
+/// come from the bundle's strings table, with the English text as key, the digits and the decimal separator from the
+/// user's locale.
 class ZRBytesValueTransformer {
   public:
     /// `init`: with mode 0. The services must outlive the object.

@@ -2,8 +2,6 @@
 #include "Support/OVText.h"
 #include "Tasks/OVTaskRunner.h"
 
-#include <utility>
-
 namespace orvane {
 
 namespace {
@@ -82,20 +80,12 @@ std::int32_t OVTaskRunner::toggleScreenshotShadow() {
 }
 
 std::optional<PropertyListValue> OVTaskRunner::objectForKey(const std::string& key, const std::string& defaults) {
-    const auto object = OVTaskRunnerServices::orPlatform(services_.userDefaults).create();
-    auto domain = object->persistentDomainForName(defaults);
-    if (!domain) {
-        return std::nullopt;
-    }
-    const auto found = domain->find(key);
-    return found != domain->end() ? std::optional(std::move(found->second)) : std::nullopt;
+    return OVTaskRunnerServices::orPlatform(services_.userDefaults).create()->objectForKey(key, defaults);
 }
 
 void OVTaskRunner::setObject(const PropertyListValue& object, const std::string& forKey, const std::string& defaults) {
     const auto userDefaults = OVTaskRunnerServices::orPlatform(services_.userDefaults).create();
-    auto domain = userDefaults->persistentDomainForName(defaults).value_or(PropertyListDictionary());
-    domain.insert_or_assign(forKey, object);
-    userDefaults->setPersistentDomain(domain, defaults);
+    userDefaults->setObject(object, forKey, defaults);
     userDefaults->synchronize(); // at once, for the process that is launched next
 }
 

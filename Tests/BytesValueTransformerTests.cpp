@@ -107,6 +107,19 @@ TEST_F(BytesValueTransformerTest, WithKilo1024) {
     EXPECT_EQ(binary(1073741824), "1.0 GB");
 }
 
+TEST_F(BytesValueTransformerTest, TheDigitsAreTheUsers) {
+    locale_.zero = "\u0660";
+    locale_.separator = "\u066B";
+    EXPECT_EQ(decimal(0), "\u0660 bytes");
+    EXPECT_EQ(decimal(1), "\u0661 byte");
+    EXPECT_EQ(decimal(789), "\u0667\u0668\u0669 bytes");
+    EXPECT_EQ(decimal(23400000), "\u0662\u0663\u066B\u0664 MB");
+    bundle_.table = {{"%i bytes", "%1$i of 7 bytes"}, {"%1.1f MB", "7 times %.2f MB"}, {"%i byte", "1 x %u"}};
+    EXPECT_EQ(decimal(65), "\u0666\u0665 of 7 bytes") << "not those of the text around it";
+    EXPECT_EQ(decimal(1500000), "7 times \u0661\u066B\u0665\u0660 MB");
+    EXPECT_EQ(decimal(1), "1 x \u0661");
+}
+
 TEST_F(BytesValueTransformerTest, LargeCountsStayInTB) {
     if constexpr (kHas64Bits) {
         EXPECT_EQ(decimal(1000000000000ULL), "1.0 TB");

@@ -128,8 +128,8 @@ TEST_P(EveryToggle, ReadsAndWritesThroughFreshDefaultsBeforeTheRelaunch) {
     EXPECT_EQ(toggle(), 0);
     const std::string domain = GetParam().domain;
     const char* const relaunch = GetParam().relaunched != nullptr ? "script" : "run /usr/bin/killall";
-    EXPECT_EQ(events, (Events{"fresh defaults", "read " + domain, "fresh defaults", "read " + domain, "write " + domain,
-                              "synchronize", relaunch}));
+    EXPECT_EQ(events, (Events{"fresh defaults", "read " + domain, "fresh defaults", "set in " + domain, "synchronize",
+                              relaunch}));
     if (GetParam().relaunched != nullptr) {
         EXPECT_EQ(appleScript.sources, Events{GetParam().relaunched});
     } else {
@@ -228,8 +228,8 @@ TEST_F(Settings, AScreenshotFormatIsWrittenBeforeTheRelaunch) {
     commands.results = {1};
     userDefaults.domains["com.apple.screencapture"]["disable-shadow"] = Value(true);
     EXPECT_EQ(runner.setScreenshotFormat("PNG"), 1);
-    EXPECT_EQ(events, (Events{"fresh defaults", "read com.apple.screencapture", "write com.apple.screencapture",
-                              "synchronize", "run /usr/bin/killall"}));
+    EXPECT_EQ(events,
+              (Events{"fresh defaults", "set in com.apple.screencapture", "synchronize", "run /usr/bin/killall"}));
     EXPECT_FALSE(runner.screenshotHasShadow()) << "its neighbour is kept";
 }
 
@@ -263,7 +263,7 @@ TEST_F(DefaultsAccess, MakesADomainWithTheOneKey) {
     runner.setObject(Value(std::string("value")), "key", "com.example.new");
     EXPECT_EQ(userDefaults.domains.size(), 1U);
     EXPECT_EQ(userDefaults.domains["com.example.new"], (PropertyListDictionary{{"key", Value(std::string("value"))}}));
-    EXPECT_EQ(events, (Events{"fresh defaults", "read com.example.new", "write com.example.new", "synchronize"}));
+    EXPECT_EQ(events, (Events{"fresh defaults", "set in com.example.new", "synchronize"}));
 }
 
 TEST_F(DefaultsAccess, ReplacesAKeyWhateverItsKindAndKeepsTheOthers) {

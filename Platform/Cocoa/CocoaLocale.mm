@@ -16,6 +16,21 @@ class CocoaLocale final : public Locale {
         });
     }
 
+    std::string zeroDigit() override {
+        return guarded(std::string("0"), [] {
+            // Asking takes a formatter, and a table has a number in every row.
+            NSMutableDictionary* known = [[NSThread currentThread] threadDictionary];
+            NSString* locale = [[NSLocale currentLocale] localeIdentifier];
+            NSString* name = [@"com.orvane.zero-digit." stringByAppendingString:(locale != nil ? locale : @"")];
+            if ([known objectForKey:name] == nil) {
+                NSNumberFormatter* formatter = [[[NSNumberFormatter alloc] init] autorelease];
+                NSString* zero = [formatter stringFromNumber:[NSNumber numberWithInt:0]];
+                [known setObject:(zero != nil ? zero : @"0") forKey:name];
+            }
+            return textOf([known objectForKey:name]);
+        });
+    }
+
     std::string dateString() override {
         return guarded(std::string(), [] {
             NSDateFormatter* formatter = [[[NSDateFormatter alloc] init] autorelease];

@@ -8,6 +8,9 @@
 
 namespace orvane::cocoa {
 
+/// Whether a property list holds the object and all in it; the first that it does not is logged.
+bool isPropertyList(id object);
+
 /// An autoreleased property list object of the value; booleans and numbers become `NSNumber`s of their kind.
 id objectOf(const PropertyListValue& value);
 NSDictionary* dictionaryOf(const PropertyListDictionary& dictionary);

@@ -37,6 +37,10 @@ PropertyListValue valueOfNumber(NSNumber* number) {
     return isLarge ? PropertyListValue(whole) : PropertyListValue(std::int64_t{[number longLongValue]});
 }
 
+void logNoPropertyList(id object) {
+    OVLog("No property list holds a %s", object != nil ? textOf(NSStringFromClass([object class])).c_str() : "nil");
+}
+
 PropertyListData bytesOf(NSData* data) {
     const auto* first = static_cast<const std::uint8_t*>([data bytes]);
     return first != nullptr ? PropertyListData(first, first + [data length]) : PropertyListData();
@@ -54,6 +58,29 @@ PropertyListArray valuesOf(NSArray* array) {
 }
 
 } // namespace
+
+bool isPropertyList(id object) {
+    for (Class kind : {[NSString class], [NSNumber class], [NSData class], [NSDate class]}) {
+        if ([object isKindOfClass:kind]) {
+            return true;
+        }
+    }
+    const bool isDictionary = [object isKindOfClass:[NSDictionary class]];
+    if (!isDictionary && ![object isKindOfClass:[NSArray class]]) {
+        logNoPropertyList(object);
+        return false;
+    }
+    for (id element in object) { // an element or a key
+        if (isDictionary && ![element isKindOfClass:[NSString class]]) {
+            OVLog("No property list holds a key of the class %s", textOf(NSStringFromClass([element class])).c_str());
+            return false;
+        }
+        if (!isPropertyList(isDictionary ? [object objectForKey:element] : element)) {
+            return false;
+        }
+    }
+    return true;
+}
 
 id objectOf(const PropertyListValue& value) {
     return visitHeld(
@@ -110,7 +137,7 @@ std::optional<PropertyListValue> valueOf(id object) {
     if ([object isKindOfClass:[NSDate class]]) {
         return PropertyListDate{[object timeIntervalSinceReferenceDate]};
     }
-    OVLog("No property list holds a %s", object != nil ? textOf(NSStringFromClass([object class])).c_str() : "nil");
+    logNoPropertyList(object);
     return std::nullopt;
 }
 

@@ -1,8 +1,34 @@
+#include "Platform/Cocoa/CocoaUserDefaults.h"
+
 #include "Platform/Cocoa/CocoaPropertyList.h"
 #include "Platform/Cocoa/CocoaSupport.h"
 #include "Platform/UserDefaults.h"
 
 namespace orvane {
+
+namespace cocoa {
+
+id objectInDomain(NSUserDefaults* defaults, NSString* key, NSString* domain) {
+    return [guarded<id>(nil, [&] { return [[[defaults persistentDomainForName:domain] objectForKey:key] retain]; })
+        autorelease];
+}
+
+void setObjectInDomain(NSUserDefaults* defaults, id object, NSString* key, NSString* domain) {
+    guarded(false, [&] {
+        if (!isPropertyList(object)) {
+            return false;
+        }
+        NSMutableDictionary* changed = [[[defaults persistentDomainForName:domain] mutableCopy] autorelease];
+        if (changed == nil) {
+            changed = [NSMutableDictionary dictionary];
+        }
+        [changed setObject:object forKey:key];
+        [defaults setPersistentDomain:changed forName:domain];
+        return true;
+    });
+}
+
+} // namespace cocoa
 
 namespace {
 
@@ -12,16 +38,16 @@ class CocoaUserDefaults final : public UserDefaults {
   public:
     explicit CocoaUserDefaults(NSUserDefaults* defaults) : defaults_(defaults) {}
 
-    std::optional<PropertyListDictionary> persistentDomainForName(const std::string& name) override {
-        return guarded(std::optional<PropertyListDictionary>(), [&]() -> std::optional<PropertyListDictionary> {
-            NSDictionary* domain = [defaults_.get() persistentDomainForName:stringOf(name)];
-            return domain != nil ? std::optional(valuesOf(domain)) : std::nullopt;
+    std::optional<PropertyListValue> objectForKey(const std::string& key, const std::string& domain) override {
+        return guarded(std::optional<PropertyListValue>(), [&]() -> std::optional<PropertyListValue> {
+            id object = objectInDomain(defaults_.get(), stringOf(key), stringOf(domain));
+            return object != nil ? valueOf(object) : std::nullopt;
         });
     }
 
-    void setPersistentDomain(const PropertyListDictionary& domain, const std::string& forName) override {
+    void setObject(const PropertyListValue& object, const std::string& forKey, const std::string& domain) override {
         guarded(false, [&] {
-            [defaults_.get() setPersistentDomain:dictionaryOf(domain) forName:stringOf(forName)];
+            setObjectInDomain(defaults_.get(), objectOf(object), stringOf(forKey), stringOf(domain));
             return true;
         });
     }

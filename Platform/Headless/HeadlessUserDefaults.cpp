@@ -7,12 +7,13 @@ namespace {
 
 class HeadlessUserDefaults final : public UserDefaults {
   public:
-    std::optional<PropertyListDictionary> persistentDomainForName(const std::string& /*name*/) override {
+    std::optional<PropertyListValue> objectForKey(const std::string& /*key*/, const std::string& /*domain*/) override {
         return std::nullopt;
     }
 
-    void setPersistentDomain(const PropertyListDictionary& /*domain*/, const std::string& forName) override {
-        OVLog("There are no user defaults: what was set in %s is lost", forName.c_str());
+    void setObject(const PropertyListValue& /*object*/, const std::string& /*forKey*/,
+                   const std::string& domain) override {
+        OVLog("There are no user defaults: what was set in %s is lost", domain.c_str());
     }
 
     bool synchronize() override { return false; }

@@ -93,8 +93,20 @@ TEST(CocoaLocaleTest, TheDecimalSeparatorIsTheUsers) {
     const Ended english = runProbe({"locale"}, {{"LANG", "en_US.UTF-8"}});
     const std::string after = today();
 
-    EXPECT_TRUE(german.output == ",\n" + before + "\n" || german.output == ",\n" + after + "\n") << german.output;
+    EXPECT_TRUE(german.output == ",\n" + before + "\n0\n" || german.output == ",\n" + after + "\n0\n") << german.output;
     EXPECT_EQ(english.output.substr(0, 2), ".\n");
+}
+
+TEST(CocoaLocaleTest, TheDigitsAreTheUsers) {
+    const auto zero = [](const std::string& language) {
+        const std::string output = runProbe({"locale"}, {{"LANG", language}}).output;
+        return output.substr(output.find_last_of('\n', output.size() - 2) + 1);
+    };
+    EXPECT_EQ(zero("ar_EG.UTF-8"), "\u0660\n");
+    EXPECT_EQ(zero("fa_IR.UTF-8"), "\u06F0\n");
+    EXPECT_EQ(zero("de_DE.UTF-8"), "0\n");
+    EXPECT_EQ(zero("C.UTF-8"), "0\n");
+    EXPECT_EQ(runProbe({"format-bytes", "23400000"}, {{"LANG", "ar_EG.UTF-8"}}).output, "\u0662\u0663\u066B\u0664 MB");
 }
 
 TEST(CocoaLocaleTest, TheDateIsTodays) {

@@ -3,6 +3,7 @@
 #include "Platform/AlertPanel.h"
 #include "Platform/Bundle.h"
 #include "Platform/Cocoa/CocoaPasteboard.h"
+#include "Platform/Cocoa/CocoaPropertyList.h"
 #include "Platform/Locale.h"
 #include "Platform/Pasteboard.h"
 #include "Platform/UserDefaults.h"
@@ -37,13 +38,14 @@ int print(const std::string& text) {
 }
 
 int readDomain(const Words& words) {
-    const auto domain = orvane::UserDefaultsFactory::platform().create()->persistentDomainForName(words.at(1));
-    return domain ? print(orvane::test::describe(*domain)) : 3;
+    NSDictionary* domain =
+        [orvane::cocoa::freshUserDefaults() persistentDomainForName:orvane::cocoa::stringOf(words.at(1))];
+    return domain != nil ? print(orvane::test::describe(orvane::cocoa::valuesOf(domain))) : 3;
 }
 
 int writeDomain(const Words& words) {
     const auto defaults = orvane::UserDefaultsFactory::platform().create();
-    defaults->setPersistentDomain({{words.at(2), words.at(3)}}, words.at(1));
+    defaults->setObject(words.at(3), words.at(2), words.at(1));
     return defaults->synchronize() ? 0 : 3;
 }
 
@@ -92,7 +94,7 @@ int bundle(const Words& words) {
 int locale(const Words& words) {
     (void)words;
     orvane::Locale& locale = orvane::Locale::platform();
-    return print(locale.decimalSeparator() + "\n" + locale.dateString() + "\n");
+    return print(locale.decimalSeparator() + "\n" + locale.dateString() + "\n" + locale.zeroDigit() + "\n");
 }
 
 int formatBytes(const Words& words) {

@@ -1,15 +1,45 @@
 #include "Platform/Cocoa/CocoaPropertyList.h"
+#include "Platform/Cocoa/CocoaSupport.h"
+#include "Platform/Cocoa/CocoaUserDefaults.h"
 #include "Platform/UserDefaults.h"
 #include "Tests/Cocoa/CocoaTestSupport.h"
+#include "Tests/Cocoa/ReplacedMethod.h"
 #include "Tests/Fakes/RecordingLog.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
 
+/// Defaults that hand out the very dictionary that they were given.
+@interface OVDomainInMemory : NSUserDefaults {
+    NSMutableDictionary* domains_;
+}
+@end
+
+@implementation OVDomainInMemory
+- (id)init {
+    if ((self = [super init]) != nil) {
+        domains_ = [[NSMutableDictionary alloc] init];
+    }
+    return self;
+}
+- (void)dealloc {
+    [domains_ release];
+    [super dealloc];
+}
+- (NSDictionary*)persistentDomainForName:(NSString*)name {
+    return [domains_ objectForKey:name];
+}
+- (void)setPersistentDomain:(NSDictionary*)domain forName:(NSString*)name {
+    [domains_ setObject:domain forKey:name];
+}
+@end
+
 namespace orvane::test {
 
 namespace {
+
+using namespace cocoa;
 
 /// One of each kind, as far as every file format of a defaults domain keeps it.
 PropertyListDictionary everyKind() {
@@ -38,27 +68,37 @@ PropertyListDictionary everyKind() {
 
 } // namespace
 
-TEST(CocoaUserDefaultsTest, AMissingDomainIsNothing) {
-    EXPECT_EQ(UserDefaultsFactory::platform().create()->persistentDomainForName("com.example.missing"), std::nullopt);
+TEST(CocoaUserDefaultsTest, AMissingDomainOrKeyIsNothing) {
+    const auto defaults = UserDefaultsFactory::platform().create();
+    EXPECT_EQ(defaults->objectForKey("key", "com.example.missing"), std::nullopt);
+    defaults->setObject(true, "other", "com.example.keys");
+    EXPECT_EQ(defaults->objectForKey("key", "com.example.keys"), std::nullopt);
+    EXPECT_EQ(defaults->objectForKey("other", "com.example.keys"), PropertyListValue(true));
 }
 
-TEST(CocoaUserDefaultsTest, AWholeDomainComesBackOfEveryKind) {
+TEST(CocoaUserDefaultsTest, AValueOfEveryKindComesBack) {
     const auto defaults = UserDefaultsFactory::platform().create();
-    PropertyListDictionary domain = everyKind();
-    domain.emplace("unsigned", std::numeric_limits<std::uint64_t>::max());
-    domain.emplace("fraction of a second", PropertyListDate{0.25});
-    domain.emplace("pair", std::string("\xF0\x9F\x98\x80"));
-
-    defaults->setPersistentDomain(domain, "com.example.kinds");
-    const auto read = defaults->persistentDomainForName("com.example.kinds");
-
-    ASSERT_TRUE(read.has_value());
-    EXPECT_EQ(describe(*read), describe(domain));
+    PropertyListDictionary values = everyKind();
+    values.emplace("unsigned", std::numeric_limits<std::uint64_t>::max());
+    values.emplace("fraction of a second", PropertyListDate{0.25});
+    values.emplace("pair", std::string("\xF0\x9F\x98\x80"));
+    PropertyListDictionary read;
+    for (const auto& [key, value] : values) {
+        defaults->setObject(value, key, "com.example.kinds");
+    }
+    for (const auto& [key, value] : values) {
+        if (const auto found = defaults->objectForKey(key, "com.example.kinds")) {
+            read.emplace(key, *found);
+        }
+    }
+    EXPECT_EQ(describe(read), describe(values));
 }
 
 TEST(CocoaUserDefaultsTest, ASecondProcessReadsFromDiskWhatWasSynchronized) {
     const auto defaults = UserDefaultsFactory::platform().create();
-    defaults->setPersistentDomain(everyKind(), "com.example.shared");
+    for (const auto& [key, value] : everyKind()) {
+        defaults->setObject(value, key, "com.example.shared");
+    }
     ASSERT_TRUE(defaults->synchronize());
 
     const Ended ended = runProbe({"read-domain", "com.example.shared"});
@@ -70,31 +110,103 @@ TEST(CocoaUserDefaultsTest, ASecondProcessReadsFromDiskWhatWasSynchronized) {
 TEST(CocoaUserDefaultsTest, AFreshObjectReadsWhatASecondProcessHasWritten) {
     ASSERT_EQ(runProbe({"write-domain", "com.example.other", "type", "png"}).status, 0);
 
-    const auto domain = UserDefaultsFactory::platform().create()->persistentDomainForName("com.example.other");
-
-    EXPECT_EQ(domain, PropertyListDictionary({{"type", std::string("png")}}));
+    EXPECT_EQ(UserDefaultsFactory::platform().create()->objectForKey("type", "com.example.other"),
+              PropertyListValue(std::string("png")));
 }
 
-TEST(CocoaUserDefaultsTest, ADomainThatIsThereIsReplacedWhole) {
+TEST(CocoaUserDefaultsTest, AKeyThatIsThereIsReplacedAndTheOthersStay) {
+    ASSERT_EQ(runProbe({"write-domain", "com.example.replaced", "kept", "text"}).status, 0);
+    ASSERT_EQ(runProbe({"write-domain", "com.example.replaced", "key", "old"}).status, 0);
+
     const auto defaults = UserDefaultsFactory::platform().create();
-    defaults->setPersistentDomain({{"old", true}}, "com.example.replaced");
+    defaults->setObject(false, "key", "com.example.replaced");
     ASSERT_TRUE(defaults->synchronize());
 
-    defaults->setPersistentDomain({{"new", false}}, "com.example.replaced");
-    ASSERT_TRUE(defaults->synchronize());
-
-    EXPECT_EQ(runProbe({"read-domain", "com.example.replaced"}).output, "new = no\n");
+    EXPECT_EQ(runProbe({"read-domain", "com.example.replaced"}).output, "kept = string text\nkey = no\n");
 }
 
 TEST(CocoaUserDefaultsTest, ANameAndATextThatAreNotUTF8DoNoHarm) {
     const auto defaults = UserDefaultsFactory::platform().create();
 
-    defaults->setPersistentDomain({{"\xFF", std::string("\xFE")}}, "com.example.bytes");
+    defaults->setObject(std::string("\xFE"), "\xFF", "com.example.bytes");
 
     // Each byte stands for a character.
-    EXPECT_EQ(defaults->persistentDomainForName("com.example.bytes"),
-              PropertyListDictionary({{"\xC3\xBF", std::string("\xC3\xBE")}}));
-    EXPECT_EQ(defaults->persistentDomainForName("com.example.\xFF"), std::nullopt);
+    EXPECT_EQ(defaults->objectForKey("\xC3\xBF", "com.example.bytes"), PropertyListValue(std::string("\xC3\xBE")));
+    EXPECT_EQ(defaults->objectForKey("\xFF", "com.example.\xFF"), std::nullopt);
+}
+
+/// Another program's objects as only it knows them.
+static NSDictionary* oddDomain() {
+    NSString* const half = [NSString stringWithFormat:@"a%C", static_cast<unichar>(0xD800)];
+    return [NSDictionary dictionaryWithObjectsAndKeys:half, @"odd string", [NSNull null], @"unknown kind",
+                                                      [NSNumber numberWithFloat:0.1F], @"32-bit real",
+                                                      [NSNumber numberWithChar:1], @"small number",
+                                                      [NSNumber numberWithInt:2], half, nil];
+}
+
+TEST(CocoaUserDefaultsTest, TheOtherObjectsOfADomainStayTheObjectsTheyAre) {
+    OVDomainInMemory* const defaults = [[[OVDomainInMemory alloc] init] autorelease];
+    NSDictionary* const before = oddDomain();
+    ASSERT_EQ([before count], 5U);
+    [defaults setPersistentDomain:before forName:@"com.example.odd"];
+    NSNumber* const number = [NSNumber numberWithFloat:0.3F];
+
+    setObjectInDomain(defaults, number, @"new", @"com.example.odd");
+
+    EXPECT_EQ([[defaults persistentDomainForName:@"com.example.odd"] count], [before count] + 1);
+    for (NSString* key in before) {
+        EXPECT_EQ([[defaults persistentDomainForName:@"com.example.odd"] objectForKey:key], [before objectForKey:key])
+            << textOf(key);
+    }
+    EXPECT_EQ(objectInDomain(defaults, @"new", @"com.example.odd"), number) << "nor does the new one change";
+    EXPECT_EQ(objectInDomain(defaults, @"unknown kind", @"com.example.odd"), [NSNull null]);
+    EXPECT_EQ([before count], 5U) << "the domain that was read is not changed in place";
+}
+
+TEST(CocoaUserDefaultsTest, A32BitRealOfAnotherProgramsStaysOneOnDisk) {
+    NSUserDefaults* const theirs = freshUserDefaults();
+    [theirs setPersistentDomain:[NSDictionary dictionaryWithObject:[NSNumber numberWithFloat:0.1F] forKey:@"real"]
+                        forName:@"com.example.real"];
+    ASSERT_TRUE([theirs synchronize]);
+    const std::string before = runProbe({"read-domain", "com.example.real"}).output;
+
+    const auto defaults = UserDefaultsFactory::platform().create();
+    defaults->setObject(true, "key", "com.example.real");
+    ASSERT_TRUE(defaults->synchronize());
+
+    EXPECT_EQ(runProbe({"read-domain", "com.example.real"}).output, "key = yes\n" + before);
+}
+
+TEST(CocoaUserDefaultsTest, ADomainThatCannotBeReadIsNotWritten) {
+    OVDomainInMemory* const defaults = [[[OVDomainInMemory alloc] init] autorelease];
+    [defaults setPersistentDomain:oddDomain() forName:@"com.example.odd"];
+    const testing::RecordingLog log;
+    {
+        const Raising raising([OVDomainInMemory class], @selector(persistentDomainForName:));
+        setObjectInDomain(defaults, @"x", @"new", @"com.example.odd");
+        EXPECT_EQ(objectInDomain(defaults, @"32-bit real", @"com.example.odd"), nil);
+    }
+    EXPECT_EQ(log.messages, std::vector<std::string>(2, "OVTestException: raised"));
+    EXPECT_TRUE([[defaults persistentDomainForName:@"com.example.odd"] isEqual:oddDomain()]);
+}
+
+TEST(CocoaUserDefaultsTest, WhatNoPropertyListHoldsIsLoggedAndNotStored) {
+    OVDomainInMemory* const defaults = [[[OVDomainInMemory alloc] init] autorelease];
+    const testing::RecordingLog log;
+    NSDictionary* const numberAsKey = [NSDictionary dictionaryWithObject:@"x" forKey:[NSDate date]];
+    const id objects[] = {nil, [NSNull null], [NSArray arrayWithObject:[NSNull null]],
+                          [NSDictionary dictionaryWithObject:[NSNull null] forKey:@"x"]};
+    for (id object : objects) {
+        setObjectInDomain(defaults, object, @"key", @"com.example.none");
+    }
+    setObjectInDomain(defaults, numberAsKey, @"key", @"com.example.none");
+    EXPECT_EQ([defaults persistentDomainForName:@"com.example.none"], nil);
+    ASSERT_EQ(log.messages.size(), 5U);
+    EXPECT_EQ(log.messages[0], "No property list holds a nil");
+    for (std::size_t index = 1; index < 4; ++index) {
+        EXPECT_EQ(log.messages[index], "No property list holds a NSNull");
+    }
+    EXPECT_EQ(log.messages[4].find("No property list holds a key of the class "), 0U) << log.messages[4];
 }
 
 TEST(CocoaPropertyListTest, BooleansAndNumbersStayApart) {

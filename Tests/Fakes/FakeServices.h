@@ -47,9 +47,11 @@ class FakeBundle final : public Bundle {
 class FakeLocale final : public Locale {
   public:
     std::string decimalSeparator() override { return separator; }
+    std::string zeroDigit() override { return zero; }
     std::string dateString() override { return date; }
 
     std::string separator = ".";
+    std::string zero = "0";
     std::string date = "2026-11-20";
 };
 
@@ -154,14 +156,17 @@ class FakeUserDefaultsFactory final : public UserDefaultsFactory {
     class Object final : public UserDefaults {
       public:
         explicit Object(FakeUserDefaultsFactory& factory) : factory_(factory) {}
-        std::optional<PropertyListDictionary> persistentDomainForName(const std::string& name) override {
-            factory_.events_.push_back("read " + name);
-            const auto found = factory_.domains.find(name);
-            return found != factory_.domains.end() ? std::optional(found->second) : std::nullopt;
+        std::optional<PropertyListValue> objectForKey(const std::string& key, const std::string& domain) override {
+            factory_.events_.push_back("read " + domain);
+            const auto found = factory_.domains.find(domain);
+            if (found == factory_.domains.end() || !found->second.contains(key)) {
+                return std::nullopt;
+            }
+            return found->second.find(key)->second;
         }
-        void setPersistentDomain(const PropertyListDictionary& domain, const std::string& forName) override {
-            factory_.events_.push_back("write " + forName);
-            factory_.domains[forName] = domain;
+        void setObject(const PropertyListValue& object, const std::string& forKey, const std::string& domain) override {
+            factory_.events_.push_back("set in " + domain);
+            factory_.domains[domain].insert_or_assign(forKey, object);
         }
         bool synchronize() override {
             factory_.events_.emplace_back("synchronize");

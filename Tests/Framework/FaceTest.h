@@ -25,6 +25,16 @@ class FaceTest : public testing::Test {
     NSAutoreleasePool* pool_;
 };
 
+/// The name of the exception that the work raises.
+template <typename Work> std::string nameRaisedBy(Work work) {
+    @try {
+        work();
+    } @catch (NSException* exception) {
+        return [[exception name] UTF8String];
+    }
+    return "nothing";
+}
+
 inline std::string text(NSString* string) {
     return string != nil ? [string UTF8String] : "(nil)";
 }

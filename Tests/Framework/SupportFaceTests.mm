@@ -1,7 +1,11 @@
+#import "Tests/Cocoa/ReplacedMethod.h"
 #import "Tests/Framework/FaceTest.h"
 
+#include "Support/OVLog.h"
 #include "Support/ZRBytesValueTransformer.h"
 
+#include <csignal>
+#include <cstdlib>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/wait.h>
@@ -12,6 +16,7 @@
   @public
     NSMutableString* output;
     BOOL cancels;
+    NSString* raises; ///< in which of the two methods
 }
 @end
 
@@ -27,9 +32,15 @@
         output = [[NSMutableString alloc] init];
     }
     [output appendString:(chunk != nil ? chunk : @"(nil)")];
+    if ([raises isEqual:@"output"]) {
+        [NSException raise:@"OVTestException" format:@"%@", output];
+    }
 }
 
 - (BOOL)shellCommandShouldCancel {
+    if ([raises isEqual:@"question"]) {
+        [NSException raise:@"OVTestException" format:@"question"];
+    }
     return cancels;
 }
 
@@ -82,6 +93,30 @@ TEST_F(ShellCommandFaceTest, CancelsBeforeTheStart) {
     EXPECT_EQ([command processID], 0);
 }
 
+TEST_F(ShellCommandFaceTest, ADelegateThatRaisesCancelsTheCommandAndItsExceptionComesBehindIt) {
+    OVShellCommand* const command = [[[OVShellCommand alloc] init] autorelease];
+    OVTestShellDelegate* const delegate = [[[OVTestShellDelegate alloc] init] autorelease];
+    delegate->raises = @"output";
+    NSDate* const start = [NSDate date];
+    NSString* reason = nil;
+    @try {
+        [command runCommandAtPath:@"/bin/sh"
+                        arguments:([NSArray arrayWithObjects:@"-c", @"echo first; sleep 100", nil])delegate:delegate];
+    } @catch (NSException* exception) {
+        reason = [exception reason];
+    }
+    EXPECT_EQ(text(reason), "first\n");
+    EXPECT_LT(-[start timeIntervalSinceNow], 50);
+    EXPECT_GT([command processID], 0);
+    EXPECT_EQ(kill([command processID], 0), -1) << "the child was left behind";
+
+    OVShellCommand* const another = [[[OVShellCommand alloc] init] autorelease];
+    delegate->raises = @"question";
+    EXPECT_EQ(nameRaisedBy([&] { [another runCommandAtPath:@"/bin/true" arguments:nil delegate:delegate]; }),
+              "OVTestException");
+    EXPECT_EQ([another processID], 0) << "cancelled before the start";
+}
+
 TEST_F(ShellCommandFaceTest, StartsAProgramAndHandsOutItsOutput) {
     OVShellCommand* const command = [[[OVShellCommand alloc] init] autorelease];
     int32_t descriptor = -1;
@@ -125,6 +160,21 @@ TEST_F(FormatterFaceTest, ShowsThatASizeIsBeingCalculated) {
     EXPECT_EQ(text([transformer transformedValue:unknown]), "Calculating size...");
     EXPECT_EQ(text([ZRBytesValueTransformer formatBytes:~uint64_t{0}]), "Calculating size...");
     EXPECT_EQ(text([ZRBytesValueTransformer formatBytes:1000]), "1.0 KB");
+}
+
+TEST_F(FormatterFaceTest, NumbersHaveTheDigitsOfTheUsersLocale) {
+    ZRBytesValueTransformer* const transformer = [[[ZRBytesValueTransformer alloc] init] autorelease];
+    [transformer setMode:2];
+    EXPECT_EQ(text([transformer transformedValue:[NSNumber numberWithInt:23400000]]), "23.4 MB");
+    {
+        const Answering egypt(object_getClass([NSLocale class]), @selector(currentLocale),
+                              [[[NSLocale alloc] initWithLocaleIdentifier:@"ar_EG"] autorelease]);
+        EXPECT_EQ(text([transformer transformedValue:[NSNumber numberWithInt:23400000]]),
+                  "\u0662\u0663\u066B\u0664 MB");
+        EXPECT_EQ(text([transformer transformedValue:[NSNumber numberWithInt:590]]), "\u0665\u0669\u0660 bytes");
+        EXPECT_EQ(text([ZRBytesValueTransformer formatBytes:1]), "\u0661 byte");
+    }
+    EXPECT_EQ(text([ZRBytesValueTransformer formatBytes:1]), "1 byte") << "with every change of the locale";
 }
 
 TEST_F(FileManagerFaceTest, MatchesPatternsAndMakesTemporaryFolders) {
@@ -177,6 +227,20 @@ TEST_F(FileManagerFaceTest, KnowsWhichVolumesIgnoreTheBit) {
 TEST_F(FileManagerFaceTest, ANilPathStopsTheProcess) {
     NSString* none = nil;
     EXPECT_DEATH([[NSFileManager defaultManager] setSUIDRoot:none], "aPath != NULL");
+    EXPECT_DEATH([[NSFileManager defaultManager] surrenderSUIDRoot:none], "aPath != NULL");
+}
+
+TEST(FrameworkLogTest, TheCoresMessagesTakeTheApplicationsWay) {
+    // The application's way has its name and number in front; in a process of its own, whose error output is read here.
+    EXPECT_EXIT(
+        {
+            @autoreleasepool {
+                orvane::OVLog("a message of %s", "the core's");
+                orvane::OVLog("%s", "\xFF is no text");
+            }
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0), "framework_tests\\[.*a message of the core's\n.*framework_tests\\[.*is no text");
 }
 
 TEST_F(AuthorizationFaceTest, KeepsTheToolPathThroughAFileOperation) {
@@ -192,6 +256,35 @@ TEST_F(AuthorizationFaceTest, KeepsTheToolPathThroughAFileOperation) {
     EXPECT_EQ([authorization deauthenticate], 0);
     [authorization setToolPath:nil];
     EXPECT_EQ([authorization toolPath], nil);
+}
+
+TEST_F(AuthorizationFaceTest, AnotherToolPathIsTheOneThatIsRun) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "nothing is run for anybody but root";
+    }
+    NSString* const file =
+        [NSTemporaryDirectory() stringByAppendingPathComponent:[[NSProcessInfo processInfo] globallyUniqueString]];
+    std::string line = "echo run > '" + text(file) + "'";
+    char option[] = "-c";
+    char* const arguments[] = {option, line.data(), nullptr};
+    OVAuthorization* const authorization = [[[OVAuthorization alloc] initWithToolPath:@"/bin/false"] autorelease];
+    EXPECT_EQ([authorization runWithPriviliges:arguments], 0);
+    EXPECT_FALSE([[NSFileManager defaultManager] fileExistsAtPath:file]);
+    [authorization setToolPath:@"/bin/sh"];
+    EXPECT_EQ(text([authorization toolPath]), "/bin/sh");
+    EXPECT_EQ([authorization runWithPriviliges:arguments], 0);
+    EXPECT_TRUE([[NSFileManager defaultManager] removeItemAtPath:file error:NULL]);
+    [authorization setToolPath:nil];
+    EXPECT_NE([authorization runWithPriviliges:arguments], 0) << "a path is refused that is not there";
+    EXPECT_FALSE([[NSFileManager defaultManager] fileExistsAtPath:file]);
+}
+
+TEST_F(AuthorizationFaceTest, ANilPathIsRefused) {
+    OVAuthorization* const authorization = [[[OVAuthorization alloc] initWithToolPath:@"/bin/true"] autorelease];
+    NSString* none = nil;
+    char* const arguments[] = {nullptr};
+    EXPECT_NE([OVAuthorization runToolWithPriviliges:none arguments:arguments], 0);
+    EXPECT_EQ([authorization deauthenticate], 0);
 }
 
 TEST_F(AuthorizationFaceTest, RunsAToolOnce) {

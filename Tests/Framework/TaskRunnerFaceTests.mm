@@ -1,4 +1,9 @@
+#import "Tests/Cocoa/ReplacedMethod.h"
 #import "Tests/Framework/FaceTest.h"
+
+#import "Framework/OVConversions.h"
+#import "Framework/OVHeldException.h"
+#import "Platform/Cocoa/GNUstepCompatibility.h"
 
 #include "Tasks/OVTaskRunner.h"
 
@@ -9,6 +14,19 @@
 namespace facetest {
 
 namespace {
+
+// Of the one domain of a test.
+NSDictionary* theirDomain = nil;
+NSDictionary* writtenDomain = nil;
+
+NSDictionary* readDomain(id /*self*/, SEL /*selector*/, NSString* name) {
+    return [name isEqual:@"com.apple.screencapture"] ? theirDomain : nil;
+}
+
+void keepDomain(id /*self*/, SEL /*selector*/, NSDictionary* domain, NSString* /*name*/) {
+    [writtenDomain release];
+    writtenDomain = [domain copy];
+}
 
 class TaskRunnerFaceTest : public FaceTest {
   protected:
@@ -85,6 +103,62 @@ TEST_F(TaskRunnerFaceTest, RaisesAgainWhatTheCancelQuestionRaised) {
     EXPECT_EQ(text(owner->output), "");
 }
 
+TEST_F(TaskRunnerFaceTest, TheFirstOfTwoExceptionsCounts) {
+    orvane::face::HeldException exception;
+    EXPECT_FALSE(exception.isHeld());
+    EXPECT_EQ(exception.guard(1, [] { return 2; }), 2);
+    EXPECT_EQ(nameRaisedBy([&] { exception.raise(); }), "nothing");
+    for (NSString *name in [NSArray arrayWithObjects:@"OVFirst", @"OVSecond", nil]) {
+        EXPECT_EQ(exception.guard(1,
+                                  [&] {
+                                      [NSException raise:name format:@"raised"];
+                                      return 2;
+                                  }),
+                  1);
+        EXPECT_TRUE(exception.isHeld());
+    }
+    EXPECT_EQ(nameRaisedBy([&] { exception.raise(); }), "OVFirst");
+    EXPECT_FALSE(exception.isHeld());
+    EXPECT_EQ(nameRaisedBy([&] { exception.raise(); }), "nothing") << "raised once";
+}
+
+TEST_F(TaskRunnerFaceTest, AListWithAnElementThatIsNoStringRaisesAndRunsNothing) {
+    NSString* const folder = [[NSFileManager defaultManager] createTemporaryDirectory];
+    NSString* const file = [folder stringByAppendingPathComponent:@"kept"];
+    EXPECT_TRUE([@"x" writeToFile:file atomically:NO encoding:NSUTF8StringEncoding error:NULL]);
+    OVShellCommand* const command = [[[OVShellCommand alloc] init] autorelease];
+    for (id odd in [NSArray arrayWithObjects:[NSNumber numberWithInt:1], [NSNull null], [NSArray array], nil]) {
+        NSArray* const list = [NSArray arrayWithObjects:file, odd, nil];
+        const std::string expected = text(NSInvalidArgumentException);
+        EXPECT_EQ(nameRaisedBy([&] { [runner runCommand:@"/bin/rm" arguments:list]; }), expected);
+        EXPECT_EQ(nameRaisedBy([&] { [runner runBashCommand:@"rm" onItemsAtPaths:list]; }), expected);
+        EXPECT_EQ(nameRaisedBy([&] { [runner pathsByExpandingGlobs:list]; }), expected);
+        EXPECT_EQ(nameRaisedBy([&] { [runner secureDeleteItemsAtPaths:list]; }), expected);
+        EXPECT_EQ(nameRaisedBy([&] { [runner forceDeleteItemsAtPaths:list]; }), expected);
+        EXPECT_EQ(nameRaisedBy([&] { [runner forceDeleteItemsAtGlobs:list]; }), expected);
+        EXPECT_EQ(nameRaisedBy([&] { [runner removeCorruptPreferencesInPaths:list]; }), expected);
+        EXPECT_EQ(nameRaisedBy([&] { [command runCommandAtPath:@"/bin/rm" arguments:list delegate:nil]; }), expected);
+        int32_t descriptor = -1;
+        EXPECT_EQ(nameRaisedBy([&] {
+                      [command forkAndExecCommandAtPath:@"/bin/rm" arguments:list outFileDescriptor:&descriptor];
+                  }),
+                  expected);
+        EXPECT_EQ(descriptor, -1);
+        owner->chosen = list;
+        EXPECT_EQ(nameRaisedBy([&] { [runner forceDeleteFiles]; }), expected);
+        EXPECT_EQ(nameRaisedBy([&] { [runner secureDeleteFiles]; }), expected);
+        EXPECT_EQ(nameRaisedBy([&] { [runner promptForFiles]; }), expected);
+        owner->chosen = [NSArray arrayWithObjects:odd, folder, nil];
+        EXPECT_EQ(nameRaisedBy([&] { [runner removeDSStoreFilesInFolder]; }), expected);
+    }
+    EXPECT_EQ([command processID], 0);
+    EXPECT_EQ(text(owner->output), "");
+    EXPECT_TRUE([[NSFileManager defaultManager] fileExistsAtPath:file]);
+    EXPECT_EQ([runner forceDeleteItemsAtPaths:[NSArray arrayWithObject:file]], 0);
+    EXPECT_FALSE([[NSFileManager defaultManager] fileExistsAtPath:file]);
+    [[NSFileManager defaultManager] removeItemAtPath:folder error:NULL];
+}
+
 TEST_F(TaskRunnerFaceTest, RetainsBothPropertiesAndDeliberatelyNeverReleasesThem) {
     OVTaskRunner* const leaving = [[OVTaskRunner alloc] init];
     const NSUInteger before = [owner retainCount];
@@ -145,6 +219,35 @@ TEST_F(TaskRunnerFaceTest, ListsVolumesAsMutableDictionariesWithTheFiveKeys) {
     }
 }
 
+TEST_F(TaskRunnerFaceTest, AVolumesDictionaryHasEachValueUnderItsKey) {
+    for (const bool isLocal : {true, false}) {
+        NSMutableDictionary* const volume =
+            orvane::face::dictionaryOf(orvane::OVVolumeDictionary("/Größe", 501, isLocal, 1ULL << 63U, 40));
+        EXPECT_EQ([volume count], 5U);
+        EXPECT_EQ(text([volume objectForKey:OVVolumePath]), "/Größe");
+        EXPECT_EQ([[volume objectForKey:OVVolumeOwner] unsignedLongLongValue], 501U);
+        EXPECT_EQ([volume objectForKey:OVVolumeIsLocal], [NSNumber numberWithBool:(isLocal ? YES : NO)]);
+        EXPECT_EQ([[volume objectForKey:OVVolumeTotalSpace] unsignedLongLongValue], 1ULL << 63U);
+        EXPECT_EQ([[volume objectForKey:OVVolumeFreeSpace] unsignedLongLongValue], 40U);
+        [volume setObject:@"mutable" forKey:@"another"];
+    }
+}
+
+TEST_F(TaskRunnerFaceTest, ListsAreOfStringsAndOfApplications) {
+    owner->chosen = [NSArray arrayWithObject:@"/bin"];
+    for (NSArray *list in
+         [NSArray arrayWithObjects:[runner screenshotFormats], [runner promptForFiles],
+                                   [runner pathsByExpandingGlobs:[NSArray arrayWithObject:@"/bin/s*"]], nil]) {
+        EXPECT_GT([list count], 0U);
+        for (id element in list) {
+            EXPECT_TRUE([element isKindOfClass:[NSString class]]);
+        }
+    }
+    for (id element in [runner runningForegroundApplications]) {
+        EXPECT_TRUE([element isKindOfClass:[NSRunningApplication class]]);
+    }
+}
+
 TEST_F(TaskRunnerFaceTest, BuildsTheSecureErasureLine) {
     EXPECT_EQ(text([runner secureEraseFreeSpaceCommand:@"/Volumes/A B"]),
               "(trap '/bin/rm -fv \"/Volumes/A B/secure-erase.temp\"' INT TERM EXIT; /bin/dd if=/dev/zero "
@@ -179,6 +282,40 @@ TEST_F(TaskRunnerFaceTest, StoresAndReadsPropertyListObjectsOfOtherPrograms) {
     EXPECT_EQ([runner objectForKey:@"switch" defaults:@"com.example.no-such-domain"], nil);
     [runner setObject:owner forKey:@"switch" defaults:domain]; // nothing that a property list holds
     EXPECT_TRUE([[runner objectForKey:@"switch" defaults:domain] boolValue]);
+}
+
+TEST_F(TaskRunnerFaceTest, AnObjectOfAHostsOwnDoesNotChangeOnTheWay) {
+    NSString* const domain = @"com.apple.screencapture";
+    id const odd = [NSString stringWithFormat:@"a%C", static_cast<unichar>(0xD800)]; // half a pair
+    NSNumber* const real = [NSNumber numberWithFloat:0.1F];
+    NSDictionary* const before =
+        [NSDictionary dictionaryWithObjectsAndKeys:odd, @"type", real, odd, [NSNull null], @"unknown to the core", nil];
+    ASSERT_EQ([before count], 3U);
+    theirDomain = before;
+    const ReplacedMethod reading([NSUserDefaults class], @selector(persistentDomainForName:),
+                                 reinterpret_cast<IMP>(readDomain));
+    const ReplacedMethod writing([NSUserDefaults class], @selector(setPersistentDomain:forName:),
+                                 reinterpret_cast<IMP>(keepDomain));
+    EXPECT_EQ([runner screenshotFormat], odd);
+    EXPECT_EQ([runner objectForKey:odd defaults:domain], real);
+    EXPECT_EQ([runner objectForKey:@"unknown to the core" defaults:domain], [NSNull null]);
+    [runner setObject:real forKey:@"new" defaults:domain];
+    EXPECT_EQ([writtenDomain objectForKey:@"new"], real);
+    EXPECT_TRUE([runner screenshotHasShadow]);
+    EXPECT_EQ([runner toggleScreenshotShadow], 1); // nobody to relaunch; what was set is set all the same
+    EXPECT_TRUE([[writtenDomain objectForKey:@"disable-shadow"] boolValue]);
+    EXPECT_EQ([writtenDomain count], 4U);
+    for (id key in before) {
+        EXPECT_EQ([writtenDomain objectForKey:key], [before objectForKey:key]);
+    }
+    [writtenDomain release];
+    writtenDomain = nil;
+}
+
+TEST_F(TaskRunnerFaceTest, A32BitRealOfAHostsOwnIsStoredAsOne) {
+    NSString* const domain = @"com.example.orvane.face-test-real";
+    [runner setObject:[NSNumber numberWithFloat:0.1F] forKey:@"real" defaults:domain];
+    EXPECT_EQ([[runner objectForKey:@"real" defaults:domain] doubleValue], 0.1) << "as 64 bits it has more digits";
 }
 
 TEST_F(TaskRunnerFaceTest, SettingsAreReadAndToggledThroughTheUsersDefaults) {
