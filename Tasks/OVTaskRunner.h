@@ -360,8 +360,8 @@ class OVTaskRunner : public OVShellCommandDelegate {
 
     // The clipboard.
 
-    /// `restoreItemsFromPasteboard:`: on the `pasteboardServer`; failure when it could not write to the clipboard, or
-    /// there is no server.
+    /// `restoreItemsFromPasteboard:`: on the `pasteboardServer`; failure when the pasteboard could not be read or the
+    /// clipboard not be written to, or there is no server.
     std::int32_t restoreItemsFromPasteboard(const std::shared_ptr<Pasteboard>& pasteboard);
 
     /// `clearPasteboardHistory`: `clearHistory` of the `pasteboardServer`. Always 0.

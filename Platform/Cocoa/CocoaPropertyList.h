@@ -13,7 +13,6 @@ bool isPropertyList(id object);
 
 /// An autoreleased property list object of the value; booleans and numbers become `NSNumber`s of their kind.
 id objectOf(const PropertyListValue& value);
-NSDictionary* dictionaryOf(const PropertyListDictionary& dictionary);
 
 /// The value of a property list object. Nothing, with a log line, for an object that no property list holds.
 /// An integer is unsigned only where 64 bits with a sign cannot hold it.

@@ -19,6 +19,14 @@ NSArray* arrayOf(const PropertyListArray& array) {
     return objects;
 }
 
+NSDictionary* dictionaryOf(const PropertyListDictionary& dictionary) {
+    NSMutableDictionary* objects = [NSMutableDictionary dictionaryWithCapacity:dictionary.size()];
+    for (const auto& [key, value] : dictionary) {
+        [objects setObject:objectOf(value) forKey:stringOf(key)];
+    }
+    return objects;
+}
+
 PropertyListValue valueOfNumber(NSNumber* number) {
     // There are two boolean objects, on either system, and nothing else tells them from numbers on both.
     if (number == [NSNumber numberWithBool:YES] || number == [NSNumber numberWithBool:NO]) {
@@ -108,14 +116,6 @@ id objectOf(const PropertyListValue& value) {
             }
         },
         value);
-}
-
-NSDictionary* dictionaryOf(const PropertyListDictionary& dictionary) {
-    NSMutableDictionary* objects = [NSMutableDictionary dictionaryWithCapacity:dictionary.size()];
-    for (const auto& [key, value] : dictionary) {
-        [objects setObject:objectOf(value) forKey:stringOf(key)];
-    }
-    return objects;
 }
 
 std::optional<PropertyListValue> valueOf(id object) {
