@@ -165,8 +165,8 @@ test_reach() {
         close_terminal
         equal "$mode: Ctrl-C ends the command with 130" 130 "$status"
         open_terminal "$stage" exec --mode $mode -- /bin/bash -c '
-            /stage/bin/setsid /bin/bash -c "trap \"echo everybody\" INT; echo ready; sleep 300 & wait; sleep 1" &
-            trap "echo told; exit 9" INT
+            /stage/bin/setsid env --default-signal=INT /bin/bash -c "trap \"echo everybody\" INT; echo ready; sleep 300 & wait; sleep 1" &
+            trap "sleep 0.4; echo told; exit 9" INT
             wait'
         within 30 shows ready
         printf '\003' >&"$keys"

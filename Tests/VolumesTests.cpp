@@ -163,6 +163,9 @@ TEST(CoveredMounts, KnowTheirOwnRootAndWhatLiesOverTheRoot) {
                                           "3 1 8:2 / / rw - ext4 root rw\n"
                                           "4 3 8:3 / /a rw - ext4 b rw\n");
     EXPECT_EQ(coveredMounts(rootOnTop), (std::vector<bool>{true, true, false, false}));
+    const auto onOneNotToldOf = parseMountInfo("2 1 8:1 / /a rw - ext4 a rw\n"
+                                               "3 1 8:2 / / rw - ext4 root rw\n");
+    EXPECT_EQ(coveredMounts(onOneNotToldOf), (std::vector<bool>{true, false}));
 }
 
 TEST(CoveredMounts, EndsOnRecordsInACircle) {

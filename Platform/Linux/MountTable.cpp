@@ -166,7 +166,6 @@ std::vector<bool> coveredMounts(const std::vector<MountRecord>& records) {
             places[record.parentID].insert(record.mountPoint);
         }
     }
-    const auto isRootCovered = [&](const MountRecord& one) { return places[one.mountID].contains(one.mountPoint); };
     // By a mount on a folder above, on the same one.
     const auto isPlaceCovered = [&](const MountRecord& record) {
         for (std::string_view place = record.mountPoint; place.size() > 1;) {
@@ -177,19 +176,15 @@ std::vector<bool> coveredMounts(const std::vector<MountRecord>& records) {
         }
         return false;
     };
-    // And what stands on such a mount is covered, but for that which covers its root. Records may go in a circle.
+    // By a mount on its own root; or its place is covered, or that of a mount beneath it. Records may go in a circle.
     std::vector<bool> result;
     for (const MountRecord& record : records) {
-        bool covered = isRootCovered(record);
+        bool covered = places[record.mountID].contains(record.mountPoint);
         const MountRecord* one = &record;
-        for (std::size_t steps = 0; steps < records.size() && !covered; ++steps) {
-            const auto parent = byNumber.find(one->parentID);
+        for (std::size_t steps = 0; steps < records.size() && !covered && one != nullptr; ++steps) {
             covered = isPlaceCovered(*one);
-            if (parent == byNumber.end()) {
-                break;
-            }
-            covered = covered || (isRootCovered(*parent->second) && one->mountPoint != parent->second->mountPoint);
-            one = parent->second;
+            const auto parent = byNumber.find(one->parentID);
+            one = parent != byNumber.end() ? parent->second : nullptr;
         }
         result.push_back(covered);
     }
