@@ -26,7 +26,7 @@ OV_ASSUME_NONNULL_BEGIN
 - (NSString* OV_NULLABLE)archiveDesktopPath;
 /// The size from which a file counts as large, in megabytes of 1,000,000 bytes.
 - (uint64_t)largeFilesSize;
-/// Paths chosen by the user, at least one; nil when the user chose none.
+/// Paths (strings) chosen by the user, at least one; nil when the user chose none.
 - (NSArray* OV_NULLABLE)inputPathsWithDirectoriesOnly:(BOOL)directoriesOnly
                               allowsMultipleSelection:(BOOL)allowsMultipleSelection;
 @end
