@@ -154,6 +154,16 @@ TEST_F(OrvaneToolTest, AnUnknownNameRunsPrintsAndLogsNothing) {
     EXPECT_TRUE(log.messages.empty());
 }
 
+TEST_F(OrvaneToolTest, KnowsTheTasksOfItsTableAndNoOther) {
+    for (const std::string_view name : OrvaneTool::taskNames()) {
+        EXPECT_TRUE(OrvaneTool::knowsTask(name)) << name;
+    }
+    EXPECT_TRUE(OrvaneTool::knowsTask("killProcess 4711"));
+    for (const char* name : {"", "nothing", "flushdns", "csc ", "killproces"}) {
+        EXPECT_FALSE(OrvaneTool::knowsTask(name)) << name;
+    }
+}
+
 TEST_F(OrvaneToolTest, TheMaintenanceLineNamesThePeriodInAllItsPlaces) {
     EXPECT_EQ(tool.maintenanceCommandForPeriod("daily"), kDaily);
     EXPECT_EQ(tool.maintenanceCommandForPeriod("weekly"), kWeekly);
