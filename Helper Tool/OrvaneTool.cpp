@@ -42,8 +42,8 @@ struct TaskTable {
 
     struct Row {
         Test test;
-        std::string_view name;
         Input input;
+        std::string_view name;
         void (*action)(Dispatch& dispatch, const char* text);
         const char* text; ///< the shell line, or what the action makes it from
     };
@@ -112,49 +112,49 @@ struct TaskTable {
     }
 
     static constexpr Row kRows[] = {
-        {Test::equal, "repairPermissions", Input::none, repairPermissions, nullptr},
-        {Test::equal, "crondailyleo", Input::none, maintenance, "daily"},
-        {Test::equal, "cronweeklyleo", Input::none, maintenance, "weekly"},
-        {Test::equal, "cronmonthlyleo", Input::none, maintenance, "monthly"},
-        {Test::equal, "cronallleo", Input::none, allMaintenance, nullptr},
-        {Test::always, "", Input::none, runPending, nullptr},
-        {Test::equal, "csc", Input::none, shellLine,
+        {Test::equal, Input::none, "repairPermissions", repairPermissions, nullptr},
+        {Test::equal, Input::none, "crondailyleo", maintenance, "daily"},
+        {Test::equal, Input::none, "cronweeklyleo", maintenance, "weekly"},
+        {Test::equal, Input::none, "cronmonthlyleo", maintenance, "monthly"},
+        {Test::equal, Input::none, "cronallleo", allMaintenance, nullptr},
+        {Test::always, Input::none, "", runPending, nullptr},
+        {Test::equal, Input::none, "csc", shellLine,
          "mv /Library/Caches/*pictureCache.tiff /tmp/; "
          "mv /Library/Caches/com.apple.ATS /tmp/; "
          "rm -fvR /Library/Caches/*; "
          "mv /tmp/*pictureCache.tiff /Library/Caches/; "
          "mv /tmp/com.apple.ATS /Library/Caches/"},
-        {Test::equal, "cauc", Input::names, forceDelete, "/Users/*/Library/Caches/*"},
-        {Test::equal, "vpf", Input::none, shellLine,
+        {Test::equal, Input::names, "cauc", forceDelete, "/Users/*/Library/Caches/*"},
+        {Test::equal, Input::none, "vpf", shellLine,
          "/usr/bin/plutil /Library/Preferences/*.plist; "
          "/usr/bin/plutil ~/Library/Preferences/*.plist"},
-        {Test::equal, "rpf", Input::names, repairPreferences, nullptr},
-        {Test::equal, "repairVolume", Input::word, repairVolume, nullptr},
-        {Test::equal, "ejectVolume", Input::word, ejectVolume, nullptr},
-        {Test::equal, "rebuildSpotlightIndex", Input::none, shellLine,
+        {Test::equal, Input::names, "rpf", repairPreferences, nullptr},
+        {Test::equal, Input::word, "repairVolume", repairVolume, nullptr},
+        {Test::equal, Input::word, "ejectVolume", ejectVolume, nullptr},
+        {Test::equal, Input::none, "rebuildSpotlightIndex", shellLine,
          "sleep 5; /usr/bin/mdutil -E /; echo; echo Spotlight index has been deleted.; echo; "
          "echo In a few moments, the Spotlight menu item, located at the top right hand corner of your "
          "display, "
          "will automatically start indexing."},
-        {Test::equal, "cleanArchivedLogs", Input::none, shellLine,
+        {Test::equal, Input::none, "cleanArchivedLogs", shellLine,
          "/bin/rm -fvR /var/log/*.gz; "
          "/usr/bin/find /Library/Logs -name *.log.* -exec /bin/rm -vfR {} \\;"},
-        {Test::equal, "cleanAllLogs", Input::none, shellLine,
+        {Test::equal, Input::none, "cleanAllLogs", shellLine,
          "/usr/bin/find /Library/Logs /Users/*/Library/Logs -name *.log -exec /bin/rm -vfR {} \\;"},
-        {Test::equal, "flushDNS", Input::none, shellLine,
+        {Test::equal, Input::none, "flushDNS", shellLine,
          "echo Clearing DNS cache...; "
          "killall -HUP mDNSResponder; "
          "dscacheutil -flushcache"},
-        {Test::equal, "whatisDatabase", Input::none, shellLine, "/usr/libexec/makewhatis -v"},
-        {Test::equal, "locateDatabase", Input::none, shellLine,
+        {Test::equal, Input::none, "whatisDatabase", shellLine, "/usr/libexec/makewhatis -v"},
+        {Test::equal, Input::none, "locateDatabase", shellLine,
          "echo Starting update...; cd /; sudo /usr/libexec/locate.updatedb; echo; echo Ending update..."},
-        {Test::equal, "removeTemporary", Input::none, shellLine, "rm -fv -R /var/tmp/*"},
-        {Test::equal, "cleanFontCaches", Input::none, shellLine,
+        {Test::equal, Input::none, "removeTemporary", shellLine, "rm -fv -R /var/tmp/*"},
+        {Test::equal, Input::none, "cleanFontCaches", shellLine,
          "echo Clearing font cache...; atsutil databases -remove; sleep 5"},
-        {Test::equal, "secureEraseFreeSpace", Input::shellText, secureEraseFreeSpace, nullptr},
-        {Test::prefix, "killProcess", Input::none, killProcess, nullptr},
-        {Test::equal, "feat", Input::names, emptyTrash, nullptr},
-        {Test::equal, "secureEmptyTrash", Input::names, secureEmptyTrash, nullptr},
+        {Test::equal, Input::shellText, "secureEraseFreeSpace", secureEraseFreeSpace, nullptr},
+        {Test::prefix, Input::none, "killProcess", killProcess, nullptr},
+        {Test::equal, Input::names, "feat", emptyTrash, nullptr},
+        {Test::equal, Input::names, "secureEmptyTrash", secureEmptyTrash, nullptr},
     };
 
     static bool matches(const Row& row, std::string_view taskName) {
