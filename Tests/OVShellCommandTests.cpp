@@ -103,6 +103,7 @@ class TracedCalls final : public StartingCalls {
     std::optional<int> signalResult; ///< what `kill` and `killpg` answer without signalling
     int setsidError = 0;             ///< in the child, whoever starts it
     int execvError = 0;              ///< likewise
+    bool writesInPieces = false;     ///< likewise: three bytes at most, and before each piece an interruption
     std::string signalledStep;       ///< at which the child sends itself a signal
     int stepSignal = 0;
     pid_t forked = -1; ///< what the last `fork` yielded
@@ -215,6 +216,17 @@ class TracedCalls final : public StartingCalls {
         }
         return PosixSystemCalls::execv(path, arguments);
     }
+    ssize_t write(int descriptor, const void* buffer, std::size_t size) override {
+        if (!writesInPieces) {
+            return PosixSystemCalls::write(descriptor, buffer, size);
+        }
+        isInterrupted_ = !isInterrupted_;
+        if (isInterrupted_) {
+            errno = EINTR;
+            return -1;
+        }
+        return PosixSystemCalls::write(descriptor, buffer, std::min<std::size_t>(size, 3));
+    }
     pid_t waitpid(pid_t processID, int* status, int options) override {
         EXPECT_EQ(options, 0);
         return failing("waitpid") ? -1 : PosixSystemCalls::waitpid(processID, status, options);
@@ -240,6 +252,7 @@ class TracedCalls final : public StartingCalls {
     int readEnd = -1;
 
   private:
+    bool isInterrupted_ = false;
     struct Failure {
         int error = 0;
         int count = 0;
@@ -515,6 +528,13 @@ TEST_P(ShellCommandTest, PathThatIsNotExecutableIsReportedThroughThePipe) {
 
 TEST_P(ShellCommandTest, ExecFailureIsReportedThroughThePipe) {
     calls.execvError = E2BIG;
+    EXPECT_EQ(runScript("exit 0"), 1);
+    EXPECT_EQ(owner.text(), "execl: Argument list too long\n");
+}
+
+TEST_P(ShellCommandTest, ChildsMessageIsWholeHoweverItIsWritten) {
+    calls.execvError = E2BIG;
+    calls.writesInPieces = true;
     EXPECT_EQ(runScript("exit 0"), 1);
     EXPECT_EQ(owner.text(), "execl: Argument list too long\n");
 }
