@@ -11,6 +11,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <thread>
 #include <utility>
@@ -672,7 +673,7 @@ TEST_F(PasteboardRestoring, APasteboardMayComeBackWhenItIsAskedWhetherItIsTheOne
 
 TEST_F(PasteboardReading, APasteboardMayComeBackWhenItIsRecycled) {
     const auto server = makeServer();
-    for (const std::string what : {"clear", "read"}) {
+    for (const std::string what : {"clear", "restore", "read"}) {
         SCOPED_TRACE(what);
         server->clearHistory();
         copyTimes(10);
@@ -682,9 +683,11 @@ TEST_F(PasteboardReading, APasteboardMayComeBackWhenItIsRecycled) {
                 seen = server->pasteboards()->size();
                 if (what == "clear") {
                     server->clearHistory();
-                } else {
-                    service.general->put("nested");
-                    server->restoreItemsFromPasteboard(server->pasteboards()->at(4));
+                    return;
+                }
+                service.general->put("nested");
+                server->restoreItemsFromPasteboard(server->pasteboards()->at(4));
+                if (what == "read") {
                     server->readItemsFromPasteboard();
                 }
             }
@@ -692,7 +695,10 @@ TEST_F(PasteboardReading, APasteboardMayComeBackWhenItIsRecycled) {
         copy("11");
         EXPECT_EQ(seen, 10U) << "a whole list";
         EXPECT_EQ(history(*server).front(), "11");
-        EXPECT_EQ(server->pasteboards()->size(), what == "clear" ? 1U : 10U);
+        EXPECT_EQ(server->pasteboards()->size(), what == "clear" ? 1U : what == "restore" ? 9U : 10U);
+        const std::set<std::shared_ptr<Pasteboard>> different(server->pasteboards()->begin(),
+                                                              server->pasteboards()->end());
+        EXPECT_EQ(different.size(), server->pasteboards()->size()) << "none stands there twice";
     }
 }
 
