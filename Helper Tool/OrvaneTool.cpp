@@ -56,9 +56,9 @@ struct TaskTable {
 
     static void allMaintenance(Dispatch& dispatch, const char* /*text*/) {
         OrvaneTool& tool = dispatch.tool;
-        dispatch.pendingLine = tool.maintenanceCommandForPeriod("daily") + "; " +
-                               tool.maintenanceCommandForPeriod("weekly") + "; " +
-                               tool.maintenanceCommandForPeriod("monthly");
+        dispatch.pendingLine = stringWithFormat("%@; %@; %@", {tool.maintenanceCommandForPeriod("daily"),
+                                                               tool.maintenanceCommandForPeriod("weekly"),
+                                                               tool.maintenanceCommandForPeriod("monthly")});
     }
 
     static void runPending(Dispatch& dispatch, const char* /*text*/) {
@@ -119,38 +119,27 @@ struct TaskTable {
         {Test::equal, Input::none, "cronallleo", allMaintenance, nullptr},
         {Test::always, Input::none, "", runPending, nullptr},
         {Test::equal, Input::none, "csc", shellLine,
-         "mv /Library/Caches/*pictureCache.tiff /tmp/; "
-         "mv /Library/Caches/com.apple.ATS /tmp/; "
-         "rm -fvR /Library/Caches/*; "
-         "mv /tmp/*pictureCache.tiff /Library/Caches/; "
-         "mv /tmp/com.apple.ATS /Library/Caches/"},
+         R"(mv /Library/Caches/*pictureCache.tiff /tmp/; mv /Library/Caches/com.apple.ATS /tmp/; rm -fvR /Library/Caches/*; mv /tmp/*pictureCache.tiff /Library/Caches/; mv /tmp/com.apple.ATS /Library/Caches/)"},
         {Test::equal, Input::names, "cauc", forceDelete, "/Users/*/Library/Caches/*"},
         {Test::equal, Input::none, "vpf", shellLine,
-         "/usr/bin/plutil /Library/Preferences/*.plist; "
-         "/usr/bin/plutil ~/Library/Preferences/*.plist"},
+         R"(/usr/bin/plutil /Library/Preferences/*.plist; /usr/bin/plutil ~/Library/Preferences/*.plist)"},
         {Test::equal, Input::names, "rpf", repairPreferences, nullptr},
         {Test::equal, Input::word, "repairVolume", repairVolume, nullptr},
         {Test::equal, Input::word, "ejectVolume", ejectVolume, nullptr},
         {Test::equal, Input::none, "rebuildSpotlightIndex", shellLine,
-         "sleep 5; /usr/bin/mdutil -E /; echo; echo Spotlight index has been deleted.; echo; "
-         "echo In a few moments, the Spotlight menu item, located at the top right hand corner of your "
-         "display, "
-         "will automatically start indexing."},
+         R"(sleep 5; /usr/bin/mdutil -E /; echo; echo Spotlight index has been deleted.; echo; echo In a few moments, the Spotlight menu item, located at the top right hand corner of your display, will automatically start indexing.)"},
         {Test::equal, Input::none, "cleanArchivedLogs", shellLine,
-         "/bin/rm -fvR /var/log/*.gz; "
-         "/usr/bin/find /Library/Logs -name *.log.* -exec /bin/rm -vfR {} \\;"},
+         R"(/bin/rm -fvR /var/log/*.gz; /usr/bin/find /Library/Logs -name *.log.* -exec /bin/rm -vfR {} \;)"},
         {Test::equal, Input::none, "cleanAllLogs", shellLine,
-         "/usr/bin/find /Library/Logs /Users/*/Library/Logs -name *.log -exec /bin/rm -vfR {} \\;"},
+         R"(/usr/bin/find /Library/Logs /Users/*/Library/Logs -name *.log -exec /bin/rm -vfR {} \;)"},
         {Test::equal, Input::none, "flushDNS", shellLine,
-         "echo Clearing DNS cache...; "
-         "killall -HUP mDNSResponder; "
-         "dscacheutil -flushcache"},
-        {Test::equal, Input::none, "whatisDatabase", shellLine, "/usr/libexec/makewhatis -v"},
+         R"(echo Clearing DNS cache...; killall -HUP mDNSResponder; dscacheutil -flushcache)"},
+        {Test::equal, Input::none, "whatisDatabase", shellLine, R"(/usr/libexec/makewhatis -v)"},
         {Test::equal, Input::none, "locateDatabase", shellLine,
-         "echo Starting update...; cd /; sudo /usr/libexec/locate.updatedb; echo; echo Ending update..."},
-        {Test::equal, Input::none, "removeTemporary", shellLine, "rm -fv -R /var/tmp/*"},
+         R"(echo Starting update...; cd /; sudo /usr/libexec/locate.updatedb; echo; echo Ending update...)"},
+        {Test::equal, Input::none, "removeTemporary", shellLine, R"(rm -fv -R /var/tmp/*)"},
         {Test::equal, Input::none, "cleanFontCaches", shellLine,
-         "echo Clearing font cache...; atsutil databases -remove; sleep 5"},
+         R"(echo Clearing font cache...; atsutil databases -remove; sleep 5)"},
         {Test::equal, Input::shellText, "secureEraseFreeSpace", secureEraseFreeSpace, nullptr},
         {Test::prefix, Input::none, "killProcess", killProcess, nullptr},
         {Test::equal, Input::names, "feat", emptyTrash, nullptr},
@@ -231,17 +220,15 @@ std::int32_t OrvaneTool::killProcessGroup(std::string_view taskName) {
 }
 
 std::int32_t OrvaneTool::runCommand(std::string_view line) {
-    const std::string framed = "/bin/date; " + std::string(line) + "; /bin/echo; sleep 1; /bin/date;";
+    const std::string framed = stringWithFormat("/bin/date; %@; /bin/echo; sleep 1; /bin/date;", {line});
     return calls_.system(framed.c_str());
 }
 
 std::string OrvaneTool::maintenanceCommandForPeriod(std::string_view period) {
-    const std::string name(period);
-    const std::string log = "/var/log/" + name + ".out";
     // The backslash keeps $p from the shell: it is sed's last line.
-    return "line_count=0; if [ -a " + log + " ]; then line_count=`wc -l " + log +
-           " | awk '{ print $1 }'`; fi; line_count=`expr $line_count + 1`; periodic " + name +
-           "; sed -n -e ${line_count},\\$p " + log;
+    return stringWithFormat(
+        R"(line_count=0; if [ -a /var/log/%@.out ]; then line_count=`wc -l /var/log/%@.out | awk '{ print $1 }'`; fi; line_count=`expr $line_count + 1`; periodic %@; sed -n -e ${line_count},\$p /var/log/%@.out)",
+        {period, period, period, period});
 }
 
 void OrvaneTool::taskWillBegin(OVTask* /*task*/) {}

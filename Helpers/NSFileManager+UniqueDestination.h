@@ -8,9 +8,7 @@
 namespace orvane::UniqueDestination {
 
 /// `findUniqueDestinationForFile:inDirectory:`: the path of something of that name in the folder that is not there yet.
-/// When there is one already, even a symbolic link to nothing, a number is put behind the name, before a file's
-/// extension: "Report 2.txt". No extension is what holds a blank or no letter ("Desktop from 20.11.2026"), nor a
-/// whole name behind its first dot.
+/// When there is one already, even a symbolic link to nothing, a number is put behind the name: "Desktop 2".
 ///
 /// Nothing is made: whoever makes it does so exclusively and asks again when somebody was quicker. A place that cannot
 /// be examined (`lstat`) counts as free, so that making it tells why.

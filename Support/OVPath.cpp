@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cstddef>
 #include <pwd.h>
-#include <unistd.h>
 #include <vector>
 
 namespace orvane {
@@ -68,13 +67,13 @@ std::string stringByAppendingPathComponent(std::string_view path, std::string_vi
     return result;
 }
 
-std::string stringByExpandingTildeInPath(std::string_view path) {
+std::string stringByExpandingTildeInPath(std::string_view path, SystemCalls& calls) {
     if (!path.starts_with('~')) {
         return std::string(path);
     }
     const std::size_t slash = path.find('/');
     const std::string_view name = path.substr(1, slash == std::string_view::npos ? slash : slash - 1);
-    const auto home = name.empty() ? homeDirectoryOfUser(::getuid()) : homeDirectoryOfUserNamed(std::string(name));
+    const auto home = name.empty() ? homeDirectoryOfUser(calls.getuid()) : homeDirectoryOfUserNamed(std::string(name));
     if (!home) {
         return std::string(path);
     }

@@ -1,5 +1,6 @@
 #include "Support/OVText.h"
 
+#include "Support/OVAssert.h"
 #include "Support/OVCodePoint.h"
 
 #include <limits>
@@ -163,6 +164,19 @@ std::string stringByReplacing(std::string_view part, std::string_view replacemen
 
 std::string stringByRemoving(std::string_view part, std::string_view text) {
     return stringByReplacing(part, "", text);
+}
+
+std::string stringWithFormat(std::string_view format, std::initializer_list<std::string_view> arguments) {
+    constexpr std::string_view kPlaceholder = "%@";
+    std::string result;
+    for (const std::string_view argument : arguments) {
+        const std::size_t place = format.find(kPlaceholder);
+        OVAssert(place != std::string_view::npos, "+[NSString stringWithFormat:]");
+        result.append(format.substr(0, place)).append(argument);
+        format.remove_prefix(place + kPlaceholder.size());
+    }
+    OVAssert(format.find(kPlaceholder) == std::string_view::npos, "+[NSString stringWithFormat:]");
+    return result.append(format);
 }
 
 std::string textOrNull(const std::optional<std::string>& text) {

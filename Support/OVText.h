@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -35,6 +36,10 @@ std::string stringByReplacing(std::string_view part, std::string_view replacemen
 
 /// The same with "": the text without any occurrence of `part`.
 std::string stringByRemoving(std::string_view part, std::string_view text);
+
+/// `stringWithFormat:` of a format of the program's own: each "%@" is replaced by the next argument, and nothing else
+/// is a placeholder. There are as many as arguments.
+std::string stringWithFormat(std::string_view format, std::initializer_list<std::string_view> arguments);
 
 /// The text as "%@" shows it: "(null)" for nothing.
 std::string textOrNull(const std::optional<std::string>& text);

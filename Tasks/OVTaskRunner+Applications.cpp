@@ -42,15 +42,15 @@ bool contains(const std::vector<std::string>& list, const std::optional<std::str
 } // namespace
 
 std::int32_t OVTaskRunner::quitAllApplications() {
-    Bundle& bundle = OVTaskRunnerServices::orPlatform(services_.bundle);
+    Bundle& bundle = services_.bundle();
     for (const auto& application : runningForegroundApplications()) {
         if (contains(applicationsToKeep(bundle.bundleIdentifier()), application->bundleIdentifier())) {
             continue;
         }
-        tellOwner(*this, "Will try to terminate " + textOrNull(application->localizedName()));
+        tellOwner(*this, stringWithFormat("Will try to terminate %@", {textOrNull(application->localizedName())}));
         if (!application->terminate()) {
             const std::string name = textOrNull(application->localizedName());
-            tellOwner(*this, "Could not terminate " + name);
+            tellOwner(*this, stringWithFormat("Could not terminate %@", {name}));
             OVLogMethod("-[OVTaskRunner quitAllApplications]", "could not terminate %s", name.c_str());
         }
     }
@@ -64,7 +64,7 @@ std::int32_t OVTaskRunner::forceQuitApplication(const std::shared_ptr<RunningApp
 }
 
 std::vector<std::shared_ptr<RunningApplication>> OVTaskRunner::runningForegroundApplications() {
-    auto applications = OVTaskRunnerServices::orPlatform(services_.workspace).runningApplications();
+    auto applications = services_.workspace().runningApplications();
     std::erase_if(applications, [](const std::shared_ptr<RunningApplication>& application) {
         return application->activationPolicy() != kActivationPolicyRegular;
     });
@@ -73,9 +73,9 @@ std::vector<std::shared_ptr<RunningApplication>> OVTaskRunner::runningForeground
 
 std::int32_t OVTaskRunner::relaunchApplication(const std::shared_ptr<RunningApplication>& application) {
     static_cast<void>(forceQuitApplication(application)); // it may have ended by itself
-    OVTaskRunnerServices::orPlatform(services_.clock).sleep(1.0);
+    services_.clock().sleep(1.0);
     const auto path = application != nullptr ? application->bundlePath() : std::nullopt;
-    return statusOf(path && OVTaskRunnerServices::orPlatform(services_.workspace).launchApplication(*path));
+    return statusOf(path && services_.workspace().launchApplication(*path));
 }
 
 std::int32_t OVTaskRunner::relaunchFinder() {
@@ -93,23 +93,23 @@ std::int32_t OVTaskRunner::relaunchSystemMenu() {
 }
 
 std::int32_t OVTaskRunner::restartAirport() {
-    const double appKit = OVTaskRunnerServices::orPlatform(services_.workspace).appKitVersionNumber();
-    const std::string port = kLastAppKitWithAirPort >= std::floor(appKit) ? "AirPort" : "Wi-Fi";
-    const std::string line =
-        "wireless_interface=`/usr/sbin/networksetup -listnetworkserviceorder | grep 'Hardware Port: " + port +
-        R"(' | sed -e 's/.*Device: \(.*\)).*/\1/'`; /usr/sbin/networksetup -setairportpower ${wireless_interface})";
+    const double appKit = services_.workspace().appKitVersionNumber();
+    const char* const port = kLastAppKitWithAirPort >= std::floor(appKit) ? "AirPort" : "Wi-Fi";
+    const std::string line = stringWithFormat(
+        R"(wireless_interface=`/usr/sbin/networksetup -listnetworkserviceorder | grep 'Hardware Port: %@' | sed -e 's/.*Device: \(.*\)).*/\1/'`; /usr/sbin/networksetup -setairportpower ${wireless_interface})",
+        {port});
     static_cast<void>(runBashCommand(line + " off")); // it may be off already
-    OVTaskRunnerServices::orPlatform(services_.clock).sleep(1.5);
+    services_.clock().sleep(1.5);
     return runBashCommand(line + " on");
 }
 
 std::int32_t OVTaskRunner::turnOnScreensaver() {
-    Workspace& workspace = OVTaskRunnerServices::orPlatform(services_.workspace);
+    Workspace& workspace = services_.workspace();
     return statusOf(workspace.launchApplicationAtURL(kScreenSaver, kWorkspaceLaunchDefault) != nullptr);
 }
 
 std::int32_t OVTaskRunner::restartOrShutdown() {
-    Bundle& bundle = OVTaskRunnerServices::orPlatform(services_.bundle);
+    Bundle& bundle = services_.bundle();
     const AlertPanelTexts texts = {
         .title = bundle.localizedString(kRestartTitle),
         .message = bundle.localizedString(kRestartMessage),
@@ -117,7 +117,7 @@ std::int32_t OVTaskRunner::restartOrShutdown() {
         .alternateButton = bundle.localizedString("Cancel"),
         .otherButton = bundle.localizedString("Shut Down"),
     };
-    switch (OVTaskRunnerServices::orPlatform(services_.alertPanel).run(texts)) {
+    switch (services_.alertPanel().run(texts)) {
     case kAlertPanelDefault:
         return restart();
     case kAlertPanelOther:

@@ -3,6 +3,7 @@
 #include "Support/OVFormat.h"
 #include "Support/OVLog.h"
 #include "Support/OVPath.h"
+#include "Support/OVText.h"
 #include "Tasks/OVTaskRunner.h"
 #include "Tasks/OVTaskStatus.h"
 
@@ -51,22 +52,22 @@ std::vector<std::string> globsOf(std::string_view browser, const std::array<Brow
     return globs;
 }
 
-/// Makes a new folder of that name, or with a number behind it, in the archive. Returns 0 or the error, and the
-/// folder's path either way.
-std::int32_t makeBackupFolder(const std::string& name, const std::string& archive, SystemCalls& calls,
-                              std::string& path) {
-    std::string tried;
-    do {
-        path = UniqueDestination::findUniqueDestinationForFile(name, archive, calls);
-        if (path == tried) {
-            return EEXIST; // it is there, and yet cannot be seen
+struct BackupFolder {
+    std::string path;
+    std::int32_t error = 0; ///< why it could not be made
+};
+
+/// A new folder of that name, or with a number behind it, in the archive.
+BackupFolder makeBackupFolder(const std::string& name, const std::string& archive, SystemCalls& calls) {
+    BackupFolder folder;
+    for (std::string tried;; tried = folder.path) {
+        folder.path = UniqueDestination::findUniqueDestinationForFile(name, archive, calls);
+        folder.error = calls.mkdir(folder.path.c_str(), 0777) == 0 ? 0 : errno;
+        // Somebody was quicker, unless it is one that is there and yet cannot be seen.
+        if (folder.error != EEXIST || folder.path == tried) {
+            return folder;
         }
-        tried = path;
-        if (calls.mkdir(path.c_str(), 0777) == 0) {
-            return 0;
-        }
-    } while (errno == EEXIST); // somebody was quicker
-    return errno;
+    }
 }
 
 } // namespace
@@ -100,36 +101,34 @@ std::int32_t OVTaskRunner::cleanDesktop() {
     if (!archive || archive->empty()) {
         return kTaskCancelled;
     }
-    Bundle& bundle = OVTaskRunnerServices::orPlatform(services_.bundle);
-    const std::string date = OVTaskRunnerServices::orPlatform(services_.locale).dateString();
+    Bundle& bundle = services_.bundle();
+    const std::string date = services_.locale().dateString();
     const std::string name =
         stringWithFormat(bundle.localizedString("Desktop from %@"), date).value_or("Desktop from " + date);
-    std::string backup;
-    if (const std::int32_t error =
-            makeBackupFolder(name, stringByExpandingTildeInPath(*archive), services_.calls, backup);
-        error != 0) {
-        OVLogMethod("-[OVTaskRunner cleanDesktop]", "ERROR creating backup folder %s: %s", backup.c_str(),
-                    errorDescription(error).c_str());
+    const BackupFolder backup =
+        makeBackupFolder(name, stringByExpandingTildeInPath(*archive, services_.calls), services_.calls);
+    if (backup.error != 0) {
+        OVLogMethod("-[OVTaskRunner cleanDesktop]", "ERROR creating backup folder %s: %s", backup.path.c_str(),
+                    errorDescription(backup.error).c_str());
         return kTaskFailure;
     }
     // The second test deliberately compares names with a whole path, which none equals: an archive on the desktop is
     // told to move into itself, and "mv" complains.
-    return runCommand("/usr/bin/find", {desktop, "!", "-name", ".*", "!", "-name", backup, "-mindepth", "1",
-                                        "-maxdepth", "1", "-exec", "mv", "{}", backup, ";"});
+    return runCommand("/usr/bin/find", {desktop, "!", "-name", ".*", "!", "-name", backup.path, "-mindepth", "1",
+                                        "-maxdepth", "1", "-exec", "mv", "{}", backup.path, ";"});
 }
 
 std::int32_t OVTaskRunner::vacuumAppleMailIndex() {
     // The folder deliberately stands without quotes.
-    const std::string find =
-        "/usr/bin/find " + stringByAppendingPathComponent(homeDirectory(), "Library/Mail") + " -name 'Envelope Index'";
-    return runBashCommand(find + " -print0 | xargs -0 -I __FILE__ /usr/bin/sqlite3 __FILE__ vacuum; " + find + " -ls");
+    const std::string find = stringWithFormat("/usr/bin/find %@ -name 'Envelope Index'",
+                                              {stringByAppendingPathComponent(homeDirectory(), "Library/Mail")});
+    return runBashCommand(
+        stringWithFormat("%@ -print0 | xargs -0 -I __FILE__ /usr/bin/sqlite3 __FILE__ vacuum; %@ -ls", {find, find}));
 }
 
 std::int32_t OVTaskRunner::rebuildLaunchServices() {
-    const std::int32_t status =
-        runBashCommand("/System/Library/Frameworks/CoreServices.framework/Frameworks/LaunchServices.framework/Support/"
-                       "lsregister -kill -v -f -r -all local,system,user 2>&1 | "
-                       "grep --line-buffered -v 'lsregister: error -10811'");
+    const std::int32_t status = runBashCommand(
+        R"(/System/Library/Frameworks/CoreServices.framework/Frameworks/LaunchServices.framework/Support/lsregister -kill -v -f -r -all local,system,user 2>&1 | grep --line-buffered -v 'lsregister: error -10811')");
     relaunchFinder();
     return status;
 }

@@ -1,5 +1,6 @@
 #include "Support/OVAssert.h"
 #include "Support/OVPath.h"
+#include "Support/OVText.h"
 #include "Tasks/OVTaskRunner.h"
 #include "Tasks/OVTaskStatus.h"
 
@@ -43,8 +44,8 @@ std::int32_t OVTaskRunner::forceEmptyTrash() {
 }
 
 std::int32_t OVTaskRunner::removeDSStoreFilesInPath(std::string_view path) {
-    return runBashCommand("/usr/bin/find \"" + std::string(path) +
-                          "\" -name .DS_Store -type f -print0 | /usr/bin/xargs -0 /bin/rm -fv");
+    return runBashCommand(stringWithFormat(
+        R"(/usr/bin/find "%@" -name .DS_Store -type f -print0 | /usr/bin/xargs -0 /bin/rm -fv)", {path}));
 }
 
 std::int32_t OVTaskRunner::removeDSStoreFilesInHomeFolder() {

@@ -25,36 +25,37 @@ std::int32_t write(std::string_view text, const std::string& path, SystemCalls& 
 
 std::int32_t OVTaskRunner::findLargeFilesInPath(const std::string& path) {
     const auto failure = [this](const std::string& text) {
-        tellOwner(*this, "ERROR " + text);
+        tellOwner(*this, text);
         return kTaskFailure;
     };
-    FileManager& fileManager = OVTaskRunnerServices::orPlatform(services_.fileManager);
+    FileManager& fileManager = services_.fileManager();
     const std::string displayName = fileManager.displayNameAtPath(path);
     const auto owner = delegate();
     const std::uint64_t megabytes = owner != nullptr ? owner->largeFilesSize() : 0;
 
-    const auto templatePath =
-        OVTaskRunnerServices::orPlatform(services_.bundle).pathForResource("LargeFilesTemplate", "savedSearch");
+    const auto templatePath = services_.bundle().pathForResource("LargeFilesTemplate", "savedSearch");
     const OVTextFile file = OVTextFile::read(templatePath, services_.calls);
     if (!file.text) {
-        return failure("reading template file " + textOrNull(templatePath) + ": " + file.error);
+        return failure(stringWithFormat("ERROR reading template file %@: %@", {textOrNull(templatePath), file.error}));
     }
     // Deliberately in 64 bits, beyond which the bytes wrap, and without escaping the path for the property list.
+    const std::string limit = std::to_string(megabytes);
     std::string text = stringByReplacing("__SIZE_IN_BYTES__", std::to_string(megabytes * kBytesInMegabyte), *file.text);
-    text = stringByReplacing("__SIZE_IN_MEGABYTES__", std::to_string(megabytes), text);
+    text = stringByReplacing("__SIZE_IN_MEGABYTES__", limit, text);
     text = stringByReplacing("__PATH__", path, text);
 
-    const std::string searchFile = stringByAppendingPathComponent(services_.processInfo.temporaryDirectory(),
-                                                                  "Files Larger than " + std::to_string(megabytes) +
-                                                                      " MB in " + displayName + ".savedSearch");
+    const std::string searchFile = stringByAppendingPathComponent(
+        services_.processInfo.temporaryDirectory(),
+        stringWithFormat("Files Larger than %@ MB in %@.savedSearch", {limit, displayName}));
     if (const std::int32_t error = write(text, searchFile, services_.calls); error != 0) {
-        return failure("writing saved search file " + searchFile + ": " + errorDescription(error));
+        return failure(
+            stringWithFormat("ERROR writing saved search file %@: %@", {searchFile, errorDescription(error)}));
     }
     if (const auto error = fileManager.hideExtensionOfItemAtPath(searchFile)) {
-        return failure("hiding extension of saved search file " + searchFile + ": " + *error);
+        return failure(stringWithFormat("ERROR hiding extension of saved search file %@: %@", {searchFile, *error}));
     }
-    if (!OVTaskRunnerServices::orPlatform(services_.workspace).openFile(searchFile, "Finder")) {
-        return failure("opening saved search " + searchFile);
+    if (!services_.workspace().openFile(searchFile, "Finder")) {
+        return failure(stringWithFormat("ERROR opening saved search %@", {searchFile}));
     }
     return kTaskSuccess;
 }

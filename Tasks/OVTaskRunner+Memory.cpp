@@ -8,10 +8,9 @@
 namespace orvane {
 
 std::int32_t OVTaskRunner::freeMemory() {
-    HostMemory& memory = OVTaskRunnerServices::orPlatform(services_.hostMemory);
-    Bundle& bundle = OVTaskRunnerServices::orPlatform(services_.bundle);
-    const ZRBytesValueTransformer transformer(bundle, OVTaskRunnerServices::orPlatform(services_.locale),
-                                              OVTaskRunnerServices::orPlatform(services_.gestalt));
+    HostMemory& memory = services_.hostMemory();
+    Bundle& bundle = services_.bundle();
+    const ZRBytesValueTransformer transformer(bundle, services_.locale(), services_.gestalt());
 
     // Deliberately not tested for -1, unknown: it counts as a number of bytes.
     const std::int64_t before = OVMemoryStatistics::freeMemoryCount(memory);

@@ -80,11 +80,11 @@ std::int32_t OVTaskRunner::toggleScreenshotShadow() {
 }
 
 std::optional<PropertyListValue> OVTaskRunner::objectForKey(const std::string& key, const std::string& defaults) {
-    return OVTaskRunnerServices::orPlatform(services_.userDefaults).create()->objectForKey(key, defaults);
+    return services_.userDefaults().create()->objectForKey(key, defaults);
 }
 
 void OVTaskRunner::setObject(const PropertyListValue& object, const std::string& forKey, const std::string& defaults) {
-    const auto userDefaults = OVTaskRunnerServices::orPlatform(services_.userDefaults).create();
+    const auto userDefaults = services_.userDefaults().create();
     userDefaults->setObject(object, forKey, defaults);
     userDefaults->synchronize(); // at once, for the process that is launched next
 }

@@ -1,5 +1,6 @@
 #include "Support/OVLog.h"
 #include "Support/OVPath.h"
+#include "Support/OVText.h"
 #include "Tasks/OVTaskRunner.h"
 
 #include <utility>
@@ -28,10 +29,9 @@ std::int32_t OVTaskRunner::ejectVolume(const std::string& path) {
 
 std::string OVTaskRunner::secureEraseFreeSpaceCommand(std::string_view path) {
     const std::string filler = stringByAppendingPathComponent(path, kOVSecureEraseFreeSpaceTempFilename);
-    const std::string trap = "trap '/bin/rm -fv \"" + filler + "\"' INT TERM EXIT";
-    const std::string fill = "/bin/dd if=/dev/zero of=\"" + filler + "\" bs=1k";
-    const std::string overwrite = "/usr/bin/srm -vfmr -- \"" + filler + "\"";
-    return "(" + trap + "; " + fill + "; " + overwrite + ")";
+    return stringWithFormat(
+        R"((trap '/bin/rm -fv "%@"' INT TERM EXIT; /bin/dd if=/dev/zero of="%@" bs=1k; /usr/bin/srm -vfmr -- "%@"))",
+        {filler, filler, filler});
 }
 
 std::int32_t OVTaskRunner::secureEraseFreeSpace(std::string_view path) {

@@ -5,10 +5,10 @@
 #include "Support/OVFile.h"
 #include "Support/OVLog.h"
 #include "Support/OVPath.h"
+#include "Support/OVText.h"
 #include "Tasks/OVTaskStatus.h"
 
 #include <cerrno>
-#include <iterator>
 #include <utility>
 
 namespace orvane {
@@ -89,7 +89,7 @@ std::int32_t OVTaskRunner::runBashCommand(std::string_view command, const std::v
         return kTaskFailure;
     }
     const std::int32_t status =
-        runBashCommand("cat " + listFile + " | xargs -I __FILE__ " + std::string(command) + " '__FILE__'");
+        runBashCommand(stringWithFormat("cat %@ | xargs -I __FILE__ %@ '__FILE__'", {listFile, command}));
     if (services_.calls.unlink(listFile.c_str()) != 0) {
         OVLogMethod(kMethod, "Error removing temporary paths file: %s", errorDescription(errno).c_str());
         return kTaskFailure;
@@ -108,12 +108,8 @@ std::int32_t OVTaskRunner::runAuthorizedTask(const void* /*task*/) {
 std::vector<std::string> OVTaskRunner::pathsByExpandingGlobs(const std::vector<std::string>& globs) {
     std::vector<std::string> paths;
     for (const std::string& pattern : globs) {
-        std::vector<std::string> matches = Globbing::arrayWithFilesMatchingPattern(pattern, "/");
-        if (paths.empty()) {
-            paths = std::move(matches);
-        } else {
-            paths.insert(paths.end(), std::make_move_iterator(matches.begin()), std::make_move_iterator(matches.end()));
-        }
+        const std::vector<std::string> matches = Globbing::arrayWithFilesMatchingPattern(pattern, "/");
+        paths.insert(paths.end(), matches.begin(), matches.end());
     }
     return paths;
 }

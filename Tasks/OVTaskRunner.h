@@ -40,6 +40,18 @@ extern const char* const kOVBrowserFirefox; ///< "org.mozilla.firefox"
 extern const char* const kOVBrowserChrome;  ///< "com.google.chrome"
 extern const char* const kOVBrowsersAll;    ///< "ALL_BROWSERS": all three
 
+/// A service that was handed in, else the platform's own, asked for when it is used: a program that runs none of the
+/// tasks that use it, as the tool, has none of it linked.
+template <typename Service> class OrPlatform {
+  public:
+    // NOLINTNEXTLINE(google-explicit-constructor): the service is what callers have
+    OrPlatform(Service* service = nullptr) : service_(service) {}
+    Service& operator()() const { return service_ != nullptr ? *service_ : Service::platform(); }
+
+  private:
+    Service* service_;
+};
+
 /// What the runner has from outside. Everything must outlive it.
 struct OVTaskRunnerServices {
     SystemCalls& calls = SystemCalls::platform();
@@ -48,22 +60,16 @@ struct OVTaskRunnerServices {
     ProcessInfo& processInfo = ProcessInfo::platform();
     CommandRunner& commands = CommandRunner::shellCommands();
 
-    // What only an application's own tasks use. Null stands for the platform's own, which the task asks for when it
-    // runs: a program that runs none of these tasks, as the tool, has none of them linked.
-    AlertPanel* alertPanel = nullptr;
-    Bundle* bundle = nullptr;
-    Clock* clock = nullptr;
-    FileManager* fileManager = nullptr;
-    Gestalt* gestalt = nullptr;
-    HostMemory* hostMemory = nullptr;
-    Locale* locale = nullptr;
-    UserDefaultsFactory* userDefaults = nullptr;
-    Workspace* workspace = nullptr;
-
-    /// The service that was handed in, else the platform's own.
-    template <typename Service> static Service& orPlatform(Service* service) {
-        return service != nullptr ? *service : Service::platform();
-    }
+    // What only an application's own tasks use.
+    OrPlatform<AlertPanel> alertPanel = {};
+    OrPlatform<Bundle> bundle = {};
+    OrPlatform<Clock> clock = {};
+    OrPlatform<FileManager> fileManager = {};
+    OrPlatform<Gestalt> gestalt = {};
+    OrPlatform<HostMemory> hostMemory = {};
+    OrPlatform<Locale> locale = {};
+    OrPlatform<UserDefaultsFactory> userDefaults = {};
+    OrPlatform<Workspace> workspace = {};
 };
 
 /// The catalogue of maintenance tasks.

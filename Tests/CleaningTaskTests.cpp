@@ -222,14 +222,11 @@ TEST_F(CleanDesktop, FoldersNameIsTranslated) {
 TEST_F(CleanDesktop, ArchivesTildeIsExpanded) {
     owner.archive = "~no-such-user-at-all/x"; // stays as it is: there is no such folder
     EXPECT_EQ(runner.cleanDesktop(), 1);
-    // The tilde is that of the process's user, whom the test lets be.
-    owner.archive = "~/orvane-no-such-folder";
+    owner.archive = "~/orvane-no-such-folder"; // the home of the user who the other tasks work for, too
     EXPECT_EQ(runner.cleanDesktop(), 1);
     ASSERT_EQ(calls.madeFolders.size(), 2U);
     EXPECT_EQ(calls.madeFolders[0].first, "~no-such-user-at-all/x/Desktop from 2026-11-20");
-    EXPECT_EQ(calls.madeFolders[1].first,
-              stringByExpandingTildeInPath("~/orvane-no-such-folder/Desktop from 2026-11-20"));
-    EXPECT_TRUE(calls.madeFolders[1].first.starts_with('/'));
+    EXPECT_EQ(calls.madeFolders[1].first, home + "/orvane-no-such-folder/Desktop from 2026-11-20");
 }
 
 TEST_F(CleanDesktop, WithoutAnArchiveNothingIsDone) {
@@ -285,7 +282,7 @@ TEST_F(CleanDesktop, SomebodyQuickerIsGivenWayTo) {
 TEST_F(CleanDesktop, FolderThatIsThereAndNotThereIsAFailure) {
     calls.fail("mkdir", EEXIST);
     EXPECT_EQ(runner.cleanDesktop(), 1);
-    EXPECT_EQ(calls.madeFolders.size(), 1U);
+    EXPECT_EQ(calls.madeFolders.size(), 2U) << "once more, had somebody been quicker";
     ASSERT_EQ(log.messages.size(), 1U);
     EXPECT_TRUE(log.messages[0].ends_with(errorDescription(EEXIST))) << log.messages[0];
     EXPECT_TRUE(commands.runs.empty());

@@ -1,5 +1,6 @@
 #include "Support/OVText.h"
 
+#include <csignal>
 #include <gtest/gtest.h>
 #include <limits>
 #include <optional>
@@ -172,6 +173,17 @@ TEST(TextFromDataTest, RefusesWhatIsNoText) {
          }) {
         EXPECT_EQ(textFromData(bytes), std::nullopt) << bytes;
     }
+}
+
+TEST(StringWithFormatTest, FillsThePlaceholdersInOrderAndLeavesTheRest) {
+    EXPECT_EQ(stringWithFormat("%@; %@; %@", {"a", "%@", "c"}), "a; %@; c") << "what was put in is not looked at again";
+    EXPECT_EQ(stringWithFormat("100% %d $p \\%@", {""}), "100% %d $p \\");
+    EXPECT_EQ(stringWithFormat("none", {}), "none");
+}
+
+TEST(StringWithFormatDeathTest, AFormatAndItsArgumentsAreOfOneNumber) {
+    EXPECT_EXIT(stringWithFormat("%@ %@", {"a"}), ::testing::KilledBySignal(SIGABRT), "Assertion failed");
+    EXPECT_EXIT(stringWithFormat("%@", {"a", "b"}), ::testing::KilledBySignal(SIGABRT), "Assertion failed");
 }
 
 } // namespace
