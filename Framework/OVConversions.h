@@ -1,6 +1,6 @@
 #pragma once
 
-#import "Platform/Cocoa/CocoaSupport.h"
+#import "Backends/Cocoa/CocoaSupport.h"
 
 #include "Tasks/OVVolumeDictionary.h"
 

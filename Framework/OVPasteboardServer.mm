@@ -1,7 +1,7 @@
 #import "Framework/OVPasteboardServer.h"
 
-#import "Platform/Cocoa/CocoaPasteboard.h"
-#import "Platform/Cocoa/GNUstepCompatibility.h"
+#import "Backends/Cocoa/CocoaPasteboard.h"
+#import "Backends/Cocoa/GNUstepCompatibility.h"
 
 #include "Pasteboard/OVPasteboardServer.h"
 

@@ -1,10 +1,10 @@
 #import "Framework/OVTaskRunner.h"
 
+#import "Backends/Cocoa/CocoaUserDefaults.h"
+#import "Backends/Cocoa/CocoaWorkspace.h"
 #import "Framework/OVConversions.h"
 #import "Framework/OVHeldException.h"
 #import "Framework/OVPasteboardServer.h"
-#import "Platform/Cocoa/CocoaUserDefaults.h"
-#import "Platform/Cocoa/CocoaWorkspace.h"
 
 #include "Tasks/OVTaskRunner.h"
 

@@ -1,4 +1,4 @@
-#include "Platform/Posix/PosixDescriptors.h"
+#include "Backends/Posix/PosixDescriptors.h"
 #include "Tests/ChildOfTest.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 // Programs really run as root here, so most tests need to be root.
 
-#include "Platform/Linux/LinuxAuthorizationServices.h"
+#include "Backends/Linux/LinuxAuthorizationServices.h"
 
 #include "Privileges/OVAuthorization.h"
 #include "Tests/TaskRunnerTestSupport.h"

@@ -1,5 +1,5 @@
+#include "Backends/Posix/PosixLocale.h"
 #include "Platform/Locale.h"
-#include "Platform/Posix/PosixLocale.h"
 #include "Support/OVFormat.h"
 #include "Support/ZRBytesValueTransformer.h"
 #include "Tests/Fakes/FakeServices.h"

@@ -1,4 +1,4 @@
-#include "Platform/Linux/LinuxHostMemory.h"
+#include "Backends/Linux/LinuxHostMemory.h"
 #include "Tasks/OVMemoryStatistics.h"
 #include "Tasks/OVTaskRunner.h"
 #include "Tests/TaskRunnerTestSupport.h"

@@ -1,7 +1,7 @@
 #include "Tasks/OVShellCommand.h"
 
+#include "Backends/Posix/PosixSystemCalls.h"
 #include "Platform/ChildProcess.h"
-#include "Platform/Posix/PosixSystemCalls.h"
 #include "Support/OVText.h"
 #include "Tasks/CommandRunner.h"
 #include "Tests/Fakes/RecordingLog.h"

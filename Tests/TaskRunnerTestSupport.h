@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Backends/Posix/PosixSystemCalls.h"
 #include "Platform/AppleScript.h"
-#include "Platform/Posix/PosixSystemCalls.h"
 #include "Platform/ProcessInfo.h"
 #include "Platform/Volumes.h"
 #include "Tasks/CommandRunner.h"

@@ -1,5 +1,5 @@
+#include "Backends/Linux/LinuxProcessInfo.h"
 #include "Helpers/NSFileManager+TemporaryDirectory.h"
-#include "Platform/Linux/LinuxProcessInfo.h"
 #include "Support/OVPath.h"
 #include "Tests/TaskRunnerTestSupport.h"
 

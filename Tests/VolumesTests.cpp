@@ -1,4 +1,4 @@
-#include "Platform/Linux/MountTable.h"
+#include "Backends/Linux/MountTable.h"
 #include "Platform/Volumes.h"
 #include "Tests/TaskRunnerTestSupport.h"
 

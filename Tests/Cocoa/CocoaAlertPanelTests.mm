@@ -1,6 +1,6 @@
 #include "Platform/AlertPanel.h"
 
-#include "Platform/Cocoa/CocoaSupport.h"
+#include "Backends/Cocoa/CocoaSupport.h"
 #include "Tests/Cocoa/CocoaTestSupport.h"
 
 #import <AppKit/AppKit.h>

@@ -1,4 +1,4 @@
-#include "Platform/Cocoa/CocoaPasteboard.h"
+#include "Backends/Cocoa/CocoaPasteboard.h"
 
 #include "Pasteboard/OVPasteboardServer.h"
 #include "Platform/RunLoop.h"

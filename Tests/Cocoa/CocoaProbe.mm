@@ -1,9 +1,9 @@
 // Plays the other process of the tests, and as an application of its own the one that they launch.
 
+#include "Backends/Cocoa/CocoaPasteboard.h"
+#include "Backends/Cocoa/CocoaPropertyList.h"
 #include "Platform/AlertPanel.h"
 #include "Platform/Bundle.h"
-#include "Platform/Cocoa/CocoaPasteboard.h"
-#include "Platform/Cocoa/CocoaPropertyList.h"
 #include "Platform/Locale.h"
 #include "Platform/Pasteboard.h"
 #include "Platform/UserDefaults.h"

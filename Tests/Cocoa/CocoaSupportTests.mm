@@ -1,4 +1,4 @@
-#include "Platform/Cocoa/CocoaSupport.h"
+#include "Backends/Cocoa/CocoaSupport.h"
 
 #include "Tests/Fakes/RecordingLog.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Backends/Posix/PosixSystemCalls.h"
 #include "Platform/AuthorizationServices.h"
-#include "Platform/Posix/PosixSystemCalls.h"
 #include "Tests/Fakes/FakeServices.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Posix/PosixSystemCalls.h"
+#include "Backends/Posix/PosixSystemCalls.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,6 +1,6 @@
 #import "Tests/Framework/FaceTest.h"
 
-#import "Platform/Cocoa/GNUstepCompatibility.h"
+#import "Backends/Cocoa/GNUstepCompatibility.h"
 #import "Tests/Cocoa/ReplacedMethod.h"
 
 #import <AppKit/AppKit.h>

@@ -1,9 +1,9 @@
 #import "Tests/Cocoa/ReplacedMethod.h"
 #import "Tests/Framework/FaceTest.h"
 
+#import "Backends/Cocoa/GNUstepCompatibility.h"
 #import "Framework/OVConversions.h"
 #import "Framework/OVHeldException.h"
-#import "Platform/Cocoa/GNUstepCompatibility.h"
 
 #include "Tasks/OVTaskRunner.h"
 

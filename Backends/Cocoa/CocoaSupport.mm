@@ -1,0 +1,87 @@
+#include "Backends/Cocoa/CocoaSupport.h"
+
+#include <vector>
+
+namespace orvane::cocoa {
+
+namespace {
+
+bool isFirstHalf(char32_t unit) {
+    return unit >= 0xD800 && unit <= 0xDBFF;
+}
+bool isSecondHalf(char32_t unit) {
+    return unit >= 0xDC00 && unit <= 0xDFFF;
+}
+
+void append(char32_t character, std::string& text) {
+    if (character < 0x80) {
+        text += static_cast<char>(character);
+        return;
+    }
+    unsigned following = 1;
+    unsigned char lead = 0xC0;
+    if (character >= 0x10000) {
+        following = 3;
+        lead = 0xF0;
+    } else if (character >= 0x800) {
+        following = 2;
+        lead = 0xE0;
+    }
+    text += static_cast<char>(lead | character >> 6U * following);
+    while (following-- > 0) {
+        text += static_cast<char>(0x80U | (character >> 6U * following & 0x3FU));
+    }
+}
+
+} // namespace
+
+NSString* stringOf(std::string_view text) {
+    NSString* string = [[[NSString alloc] initWithBytes:text.data() length:text.size()
+                                               encoding:NSUTF8StringEncoding] autorelease];
+    if (string == nil) {
+        string = [[[NSString alloc] initWithBytes:text.data() length:text.size()
+                                         encoding:NSISOLatin1StringEncoding] autorelease];
+    }
+    return string;
+}
+
+NSString* stringOfPath(std::string_view path) {
+    NSString* string = [[NSFileManager defaultManager] stringWithFileSystemRepresentation:path.data()
+                                                                                   length:path.size()];
+    return string != nil ? string : stringOf(path);
+}
+
+// Not UTF8String, which ends at the first null character, and not a lossy conversion: what that makes of half a pair is
+// the framework's secret, and GNUstep's has lost the rest with it.
+std::string textOf(NSString* string) {
+    const NSUInteger length = [string length];
+    std::vector<unichar> units(length);
+    [string getCharacters:units.data() range:NSMakeRange(0, length)];
+    std::string text;
+    text.reserve(length);
+    for (std::size_t place = 0; place < units.size(); ++place) {
+        char32_t character = units[place];
+        if (isFirstHalf(character) && place + 1 < units.size() && isSecondHalf(units[place + 1])) {
+            ++place;
+            character = 0x10000U + ((character - 0xD800U) << 10U) + (units[place] - 0xDC00U);
+        } else if (isFirstHalf(character) || isSecondHalf(character)) {
+            character = 0xFFFD;
+        }
+        append(character, text);
+    }
+    return text;
+}
+
+std::optional<std::string> optionalTextOf(NSString* string) {
+    return string != nil ? std::optional(textOf(string)) : std::nullopt;
+}
+
+void logException(id exception) {
+    if ([exception isKindOfClass:[NSException class]]) {
+        OVLog("%s: %s", textOf([exception name]).c_str(), textOf([exception reason]).c_str());
+    } else {
+        OVLog("An exception that is no NSException: %s", textOf([exception description]).c_str());
+    }
+}
+
+} // namespace orvane::cocoa

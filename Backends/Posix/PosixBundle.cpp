@@ -1,0 +1,185 @@
+#include "Backends/Posix/PosixBundle.h"
+
+#include "Backends/Posix/PropertyListStrings.h"
+#include "Platform/Executable.h"
+#include "Support/OVLog.h"
+#include "Support/OVTextFile.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <unistd.h>
+#include <utility>
+
+namespace orvane {
+
+namespace {
+
+constexpr const char* kEnglish = "en";
+
+/// The folder without the components at its end; nothing when it does not end with them.
+std::optional<std::string> without(std::string_view components, const std::string& folder) {
+    return folder.ends_with(components) ? std::optional(folder.substr(0, folder.size() - components.size()))
+                                        : std::nullopt;
+}
+
+/// "de_DE.UTF-8@euro" is "de_DE"; "" for what names no language.
+std::string languageOf(std::string_view locale) {
+    locale = locale.substr(0, locale.find_first_of(".@"));
+    // It becomes part of a path, and comes from whoever started the program.
+    const bool isName = std::all_of(locale.begin(), locale.end(), [](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '-';
+    });
+    return !isName || locale == "C" || locale == "POSIX" ? std::string() : std::string(locale);
+}
+
+const char* environmentVariable(const char* name) {
+    return std::getenv(name); // NOLINT(concurrency-mt-unsafe): only read
+}
+
+std::optional<std::string> executableFolder() {
+    std::optional<std::string> path = Executable::current().executablePath();
+    if (path) {
+        path->erase(path->rfind('/'));
+    }
+    return path;
+}
+
+} // namespace
+
+std::vector<std::string> userLanguages(const std::function<const char*(const char* name)>& variable) {
+    const auto valueOf = [&](const char* name) {
+        const char* const value = variable(name);
+        return std::string_view(value != nullptr ? value : "");
+    };
+    std::string_view locale;
+    for (const char* const name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        locale = locale.empty() ? valueOf(name) : locale;
+    }
+    // The list counts only where translations are wanted at all.
+    std::string_view list = locale;
+    if (!locale.empty() && locale != "C" && locale != "POSIX" && !valueOf("LANGUAGE").empty()) {
+        list = valueOf("LANGUAGE");
+    }
+    std::vector<std::string> languages;
+    const auto add = [&languages](const std::string& language) {
+        if (!language.empty() && std::find(languages.begin(), languages.end(), language) == languages.end()) {
+            languages.push_back(language);
+        }
+    };
+    while (!list.empty() && (languages.empty() || languages.back() != kEnglish)) {
+        const std::size_t colon = list.find(':');
+        const std::string language = languageOf(list.substr(0, colon));
+        add(language);
+        add(language.substr(0, language.find_first_of("_-")));
+        list.remove_prefix(colon == std::string_view::npos ? list.size() : colon + 1);
+    }
+    add(kEnglish);
+    return languages;
+}
+
+struct PosixBundle::LoadedTable {
+    StringsTable entries;
+    std::string damage; ///< what to tell about a table that cannot be used
+};
+
+PosixBundle::PosixBundle(const std::optional<std::string>& executableFolder, std::vector<std::string> languages)
+    : languages_(std::move(languages)) {
+    if (!executableFolder) {
+        return;
+    }
+    if (const auto bundle = without("/Contents/MacOS", *executableFolder)) {
+        resourceFolders_.push_back(*bundle + "/Contents/Resources");
+        informationFile_ = *bundle + "/Contents/Info.plist";
+        return;
+    }
+    resourceFolders_.push_back(*executableFolder + "/Resources");
+    if (const auto prefix = without("/bin", *executableFolder)) {
+        resourceFolders_.push_back(*prefix + "/share/orvane");
+    }
+}
+
+PosixBundle::~PosixBundle() {
+    table_.discard();
+}
+
+std::optional<std::string> PosixBundle::bundleIdentifier() {
+    if (informationFile_.empty()) {
+        return std::nullopt;
+    }
+    const OVTextFile file = OVTextFile::read(informationFile_);
+    const auto strings = file.text ? stringsInPropertyList(*file.text) : std::nullopt;
+    if (!strings) {
+        return std::nullopt;
+    }
+    const auto found = strings->find("CFBundleIdentifier");
+    return found != strings->end() ? std::optional(found->second) : std::nullopt;
+}
+
+std::optional<std::string> PosixBundle::pathInFolder(const std::string& folder, const std::string& file) const {
+    const auto pathIn = [&](std::string subfolder) -> std::optional<std::string> {
+        std::string path = folder + '/' + subfolder.append(file);
+        return ::access(path.c_str(), F_OK) == 0 ? std::optional(std::move(path)) : std::nullopt;
+    };
+    for (std::string language : languages_) {
+        auto path = pathIn(language + ".lproj/");
+        if (!path) {
+            std::replace(language.begin(), language.end(), '_', '-'); // the folder's name in the newer spelling
+            path = pathIn(language + ".lproj/");
+        }
+        if (path) {
+            return path;
+        }
+    }
+    return pathIn("");
+}
+
+std::optional<std::string> PosixBundle::pathForResource(std::string_view name, std::string_view ofType) {
+    std::string file(name);
+    if (!ofType.empty()) {
+        file.append(".").append(ofType);
+    }
+    for (const std::string& folder : resourceFolders_) {
+        if (auto path = pathInFolder(folder, file)) {
+            return path;
+        }
+    }
+    return std::nullopt;
+}
+
+std::string PosixBundle::localizedString(std::string_view key) {
+    const auto load = [this] {
+        auto table = std::make_unique<LoadedTable>();
+        const std::optional<std::string> path = pathForResource("Localizable", "strings");
+        if (!path) {
+            return table;
+        }
+        const OVTextFile file = OVTextFile::read(*path);
+        if (!file.text) {
+            table->damage = *path + ": " + file.error;
+            return table;
+        }
+        auto result = readStringsTable(*file.text);
+        if (auto* const entries = std::get_if<StringsTable>(&result)) {
+            table->entries = std::move(*entries);
+        } else if (const auto* const damage = std::get_if<StringsTableDamage>(&result)) {
+            table->damage = *path + ":" + std::to_string(damage->line) + ": " + damage->reason;
+        }
+        return table;
+    };
+    const LoadedTable& table = table_.value(load, [](const LoadedTable& kept) {
+        if (!kept.damage.empty()) {
+            OVLog("The translated texts cannot be used: %s", kept.damage.c_str());
+        }
+    });
+    const auto found = table.entries.find(key);
+    return found != table.entries.end() ? found->second : std::string(key);
+}
+
+Bundle& Bundle::platform() {
+    static constinit MadeOnce<PosixBundle> bundle;
+    return bundle.value(
+        [] { return std::make_unique<PosixBundle>(executableFolder(), userLanguages(environmentVariable)); });
+}
+
+} // namespace orvane

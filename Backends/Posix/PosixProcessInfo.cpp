@@ -1,0 +1,61 @@
+#include "Backends/Posix/PosixProcessInfo.h"
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+namespace orvane {
+
+namespace {
+
+using RandomBytes = std::array<std::uint8_t, 16>;
+
+bool readRandomDevice(RandomBytes& bytes) {
+    const int device = ::open("/dev/urandom", O_RDONLY | O_CLOEXEC);
+    if (device < 0) {
+        return false;
+    }
+    std::size_t filled = 0;
+    while (filled < bytes.size()) {
+        const ssize_t count = ::read(device, bytes.data() + filled, bytes.size() - filled);
+        if (count > 0) {
+            filled += static_cast<std::size_t>(count);
+        } else if (count == 0 || errno != EINTR) {
+            break;
+        }
+    }
+    ::close(device);
+    return filled == bytes.size();
+}
+
+RandomBytes randomBytes() {
+    RandomBytes bytes = {};
+    if (!readRandomDevice(bytes)) {
+        timeval now = {};
+        ::gettimeofday(&now, nullptr);
+        std::memcpy(bytes.data(), &now, sizeof now < bytes.size() ? sizeof now : bytes.size());
+    }
+    return bytes;
+}
+
+} // namespace
+
+std::string PosixProcessInfo::globallyUniqueString() {
+    static constinit std::atomic<unsigned> counter{0};
+    const RandomBytes b = randomBytes();
+    std::array<char, 96> text = {};
+    static_cast<void>(std::snprintf(text.data(), text.size(),
+                                    "%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X-%ld-%08X",
+                                    b[0], b[1], b[2], b[3], b[4], b[5], b[6], b[7], b[8], b[9], b[10], b[11], b[12],
+                                    b[13], b[14], b[15], static_cast<long>(::getpid()), counter.fetch_add(1)));
+    return text.data();
+}
+
+} // namespace orvane
