@@ -371,17 +371,17 @@ test_keeping() {
 # With a /tmp that nobody else uses, whatever the stage would leave there is seen.
 test_temporary_files() {
     tar -C "$here/.." -cf - Stage | unshare --mount bash -c '
-        mount -t tmpfs own /tmp && mkdir /tmp/work && tar -C /tmp/work -xf - && cd /tmp/work || exit
+        mount -t tmpfs own /tmp && mkdir /tmp/own && tar -C /tmp/own -xf - && cd /tmp/own || exit
         unset TMPDIR
-        export ORVANE_STAGE_DIR=/tmp/work/stage
+        export ORVANE_STAGE_DIR=/tmp/own/stage
         for mode in mount chroot; do
             Stage/stage exec --mode $mode --keep --changes changes -- /bin/sh -c "mktemp -d; touch /tmp/mark"
             Stage/stage exec --mode $mode --as ann -- /bin/sh -c "mktemp; kill -s KILL 0"
         done
         Stage/stage exec --terminal -- /usr/bin/true
         Stage/stage clean
-        ls -A /tmp /tmp/work' >"$work/said.txt" 2>&1
-    equal 'the temporary files of the machine are as before' '/tmp: work /tmp/work: Stage changes' \
+        ls -A /tmp /tmp/own' >"$work/said.txt" 2>&1
+    equal 'the temporary files of the machine are as before' '/tmp: own /tmp/own: Stage changes' \
         "$(sed '/^.tmp.tmp/d; /^$/d' "$work/said.txt" | xargs)"
 }
 

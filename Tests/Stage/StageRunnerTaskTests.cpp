@@ -384,21 +384,21 @@ TEST(StageRunnerHardeningTest, ThePieceOfANameBehindANewlineNamesNothing) {
 }
 
 TEST(StageRunnerHardeningTest, RootsOwnRunKeepsWhatLiesInTheFolderWhereItIsStarted) {
-    makeFolder("/var/root/work");
+    makeFolder("/var/root/here");
     Start start;
     start.user = kRoot;
-    start.beforeExec = [] { EXPECT_EQ(::chdir("/var/root/work"), 0); };
+    start.beforeExec = [] { EXPECT_EQ(::chdir("/var/root/here"), 0); };
     for (const char* task : {"feat", "cauc", "secureEmptyTrash", "rpf"}) {
         write("/Users/ann/.Trash/x\nline", "x", kAnn);
         write("/Users/ann/Library/Caches/x\nline", "x", kAnn);
         makeFolder("/Users/ann/Library/Preferences", kAnn);
         write("/Users/ann/Library/Preferences/damaged line more.plist", "damaged", kAnn);
-        write("/var/root/work/line", "x");
-        write("/var/root/work/more.plist", "x");
+        write("/var/root/here/line", "x");
+        write("/var/root/here/more.plist", "x");
         start.words = {task};
         run(start);
-        EXPECT_TRUE(exists("/var/root/work/line")) << task;
-        EXPECT_TRUE(exists("/var/root/work/more.plist")) << task;
+        EXPECT_TRUE(exists("/var/root/here/line")) << task;
+        EXPECT_TRUE(exists("/var/root/here/more.plist")) << task;
     }
 }
 
