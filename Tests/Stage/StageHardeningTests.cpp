@@ -532,6 +532,13 @@ TEST_F(StageHardeningTest, RootsOwnSettingsAreLeftAlone) {
     EXPECT_EQ(seen.limits.at(RLIMIT_FSIZE).rlim_max, 1U << 21U);
 }
 
+TEST_F(StageHardeningTest, RootsOwnArgumentIsHisOwnAffair) {
+    recordShell();
+    EXPECT_EQ(runTool(kRoot, {"secureEraseFreeSpace", "/Volumes/$x"}).exitCode(), 0);
+    ASSERT_EQ(recorded().size(), 1U);
+    EXPECT_NE(recorded()[0].words.back().find("of=\"/Volumes/$x/secure-erase.temp\""), std::string::npos);
+}
+
 TEST_F(StageHardeningTest, AnArgumentThatARootShellWouldActOnIsRefused) {
     recordShell();
     for (const char* argument : {"/Volumes/x'; touch /var/log/pwned; '", "/Volumes/$(touch /var/log/pwned)",
