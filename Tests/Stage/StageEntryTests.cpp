@@ -87,6 +87,22 @@ TEST(StageEntryTest, ItLogsOneLineUnderItsOwnNameWhateverTheCallerCallsIt) {
     EXPECT_EQ(result.errors.find("fake"), std::string::npos) << result.errors;
 }
 
+TEST(StageEntryTest, ItLogsOneLineWhateverTheExecutedFileAndItsFolderAreCalled) {
+    ORVANE_NEEDS("suid");
+    ORVANE_NEEDS("proc"); // which tells the path
+    makeFolder("/Users/ann/a\nb", kAnn);
+    Start start;
+    start.path = "/Users/ann/a\nb/x\ny\x1B[2J";
+    ASSERT_EQ(::link(kTool, start.path.c_str()), 0);
+    for (const char* word : {"", "repairPriviliges"}) {
+        start.words = *word != '\0' ? Strings{word} : Strings{};
+        const Result result = run(start);
+        EXPECT_EQ(result.exitCode(), 0);
+        EXPECT_EQ(lines(result.errors).size(), 1U) << result.errors;
+        EXPECT_NE(result.errors.find(R"( x\012y\033[2J[)"), std::string::npos) << result.errors;
+    }
+}
+
 TEST(StageEntryTest, AnEmptyArgumentVectorDoesNoHarm) {
     ORVANE_NEEDS("suid");
     Start start;
