@@ -62,6 +62,18 @@
 
 @end
 
+/// Answers the first alone.
+@interface OVTestWholeCount : NSObject
+@end
+
+@implementation OVTestWholeCount
+
+- (NSUInteger)unsignedIntegerValue {
+    return 1500000;
+}
+
+@end
+
 namespace facetest {
 
 namespace {
@@ -148,6 +160,7 @@ TEST_F(FormatterFaceTest, FormatsNumbersAndWhatAnswersLikeThem) {
     EXPECT_EQ(text([transformer transformedValue:[[[OVTestCount alloc] init] autorelease]]), "1.5 MB");
     EXPECT_EQ([transformer transformedValue:nil], nil);
     EXPECT_EQ([transformer transformedValue:@"a text"], nil);
+    EXPECT_EQ([transformer transformedValue:[[[OVTestWholeCount alloc] init] autorelease]], nil);
     [transformer setMode:1];
     EXPECT_EQ([transformer kilobyteSize], 1024U);
     EXPECT_EQ(text([transformer transformedValue:[NSNumber numberWithInt:1048576]]), "1.0 MB");
@@ -252,6 +265,11 @@ TEST_F(AuthorizationFaceTest, KeepsTheToolPathThroughAFileOperation) {
     EXPECT_EQ([authorization createDirectoryAtPath:made], expected);
     EXPECT_EQ(access([made fileSystemRepresentation], F_OK) == 0, geteuid() == 0);
     EXPECT_EQ(text([authorization toolPath]), "/bin/true");
+    NSString* const source = [folder stringByAppendingPathComponent:@"source"];
+    NSString* const copy = [folder stringByAppendingPathComponent:@"copy"];
+    EXPECT_TRUE([@"x" writeToFile:source atomically:NO encoding:NSUTF8StringEncoding error:NULL]);
+    EXPECT_EQ([authorization copyWithPriviliges:source to:copy], expected);
+    EXPECT_EQ(access([copy fileSystemRepresentation], F_OK) == 0, geteuid() == 0);
     EXPECT_EQ([authorization removeWithPriviliges:folder], expected);
     EXPECT_EQ([authorization deauthenticate], 0);
     [authorization setToolPath:nil];
@@ -287,11 +305,14 @@ TEST_F(AuthorizationFaceTest, ANilPathIsRefused) {
     EXPECT_EQ([authorization deauthenticate], 0);
 }
 
-TEST_F(AuthorizationFaceTest, RunsAToolOnce) {
-    char word[] = "exit 5";
+TEST_F(AuthorizationFaceTest, RunsAToolOnceWithItsArguments) {
+    NSString* const file =
+        [NSTemporaryDirectory() stringByAppendingPathComponent:[[NSProcessInfo processInfo] globallyUniqueString]];
+    std::string line = "echo run > '" + text(file) + "'; exit 5";
     char option[] = "-c";
-    char* const arguments[] = {option, word, nullptr};
+    char* const arguments[] = {option, line.data(), nullptr};
     EXPECT_EQ([OVAuthorization runToolWithPriviliges:@"/bin/sh" arguments:arguments], geteuid() == 0 ? 0 : -60007);
+    EXPECT_EQ([[NSFileManager defaultManager] removeItemAtPath:file error:NULL] != NO, geteuid() == 0);
 }
 
 TEST_F(FormatterFaceTest, TheSystemsVersionIsTheCores) {

@@ -101,6 +101,46 @@ TEST_F(TaskRunnerFaceTest, RaisesAgainWhatTheCancelQuestionRaised) {
     }
     EXPECT_EQ(text(raised), "raised in shouldCancel");
     EXPECT_EQ(text(owner->output), "");
+    EXPECT_EQ(nameRaisedBy([&] { [runner promptForFiles]; }), "OVTestException");
+    EXPECT_FALSE(owner->askedForMultipleSelection) << "who raises cancels";
+}
+
+TEST_F(TaskRunnerFaceTest, TheQuestionWhetherToCancelIsTheDelegates) {
+    EXPECT_FALSE([runner shellCommandShouldCancel]);
+    owner->cancels = YES;
+    EXPECT_TRUE([runner shellCommandShouldCancel]);
+}
+
+TEST_F(TaskRunnerFaceTest, SecureDeletionIsNoForcedOne) {
+    NSString* const folder = [[NSFileManager defaultManager] createTemporaryDirectory];
+    NSString* const file = [folder stringByAppendingPathComponent:@"secret"];
+    EXPECT_TRUE([@"x" writeToFile:file atomically:NO encoding:NSUTF8StringEncoding error:NULL]);
+    const bool isThere = access("/usr/bin/srm", X_OK) == 0;
+    EXPECT_EQ([runner secureDeleteItemsAtPaths:[NSArray arrayWithObject:file]] == 0, isThere);
+    EXPECT_EQ([[NSFileManager defaultManager] fileExistsAtPath:file] == NO, isThere);
+    [[NSFileManager defaultManager] removeItemAtPath:folder error:NULL];
+}
+
+// What the scripts that a runner has run say; none of them runs.
+NSString* scriptSource = nil;
+
+id noteSource(id self, SEL /*selector*/, NSString* source) {
+    [scriptSource release];
+    scriptSource = [source copy];
+    [self release];
+    return nil;
+}
+
+TEST_F(TaskRunnerFaceTest, EachOperationHasItsOwnScript) {
+    const ReplacedMethod noted([NSAppleScript class], @selector(initWithSource:), reinterpret_cast<IMP>(noteSource));
+    EXPECT_EQ([runner restart], 1);
+    EXPECT_EQ(text(scriptSource), "tell application \"System Events\" to restart");
+    EXPECT_EQ([runner shutdown], 1);
+    EXPECT_EQ(text(scriptSource), "tell application \"System Events\" to shut down");
+    EXPECT_EQ([runner relaunchFinder], 1);
+    EXPECT_EQ(text(scriptSource), "quit application \"Finder\"\ndelay 2\nactivate application \"Finder\"");
+    EXPECT_EQ([runner relaunchDock], 1);
+    EXPECT_EQ(text(scriptSource), "quit application \"Dock\"");
 }
 
 TEST_F(TaskRunnerFaceTest, TheFirstOfTwoExceptionsCounts) {
@@ -337,6 +377,29 @@ TEST_F(TaskRunnerFaceTest, AFindersSearchWithoutAFinderIsToldToTheDelegate) {
     owner->size = 5;
     EXPECT_EQ([runner findLargeFilesInPath:@"/tmp"], 1);
     EXPECT_EQ(text(owner->output).substr(0, 6), "ERROR ");
+}
+
+TEST_F(TaskRunnerFaceTest, TheSizeOfLargeFilesHasSixtyFourBits) {
+    NSString* const folder = [[NSFileManager defaultManager] createTemporaryDirectory];
+    NSString* const form = [folder stringByAppendingPathComponent:@"form"];
+    EXPECT_TRUE([@"__SIZE_IN_MEGABYTES__" writeToFile:form atomically:NO encoding:NSUTF8StringEncoding error:NULL]);
+    owner->size = 5000000000;
+    {
+        const Answering bundle([NSBundle class], @selector(pathForResource:ofType:), form);
+        EXPECT_EQ([runner findLargeFilesInPath:folder], 1) << "there is no Finder";
+    }
+    EXPECT_NE(text(owner->output).find("Files Larger than 5000000000 MB in "), std::string::npos)
+        << text(owner->output);
+    NSString* const name = [NSString stringWithFormat:@"Files Larger than 5000000000 MB in %@.savedSearch",
+                                                      [[NSFileManager defaultManager] displayNameAtPath:folder]];
+    [[NSFileManager defaultManager] removeItemAtPath:[NSTemporaryDirectory() stringByAppendingPathComponent:name]
+                                               error:NULL];
+    [[NSFileManager defaultManager] removeItemAtPath:folder error:NULL];
+}
+
+TEST_F(TaskRunnerFaceTest, NoPathIsNoEmptyOne) {
+    EXPECT_EQ(orvane::face::optionalPathOf(nil), std::nullopt);
+    EXPECT_EQ(orvane::face::optionalPathOf(@""), "");
 }
 
 TEST_F(TaskRunnerFaceTest, AnArchiveThatTheDelegateDoesNotHaveCancels) {
