@@ -397,7 +397,7 @@ class StageParkedTest : public ::testing::Test {
     }
 };
 
-TEST_F(StageParkedTest, ARepairThatNobodyHeldUpForAReasonIsDone) {
+TEST_F(StageParkedTest, ARepairHeldUpWhileNothingChangedIsDone) {
     Parked parked("repairPriviliges");
     EXPECT_EQ(parked.release(), 0);
     EXPECT_EQ(modeOf(kTool), 04555U);
