@@ -1187,8 +1187,12 @@ class SimulatedRun final : public PosixSystemCalls, public OVShellCommandDelegat
     void work() {
         while (!hasEnded_ && writeTime_ <= now_) {
             std::size_t& left = writes_.front().size;
-            for (; left > 0 && data_.size() < capacity_; --left) {
-                data_ += kText[written_++ % kText.size()];
+            while (left > 0 && data_.size() < capacity_) {
+                const std::size_t place = written_ % kText.size();
+                const std::size_t count = std::min({left, capacity_ - data_.size(), kText.size() - place});
+                data_.append(kText, place, count);
+                written_ += count;
+                left -= count;
             }
             if (left > 0) {
                 return;

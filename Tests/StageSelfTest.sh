@@ -1,6 +1,7 @@
 #!/bin/bash
-# Tests the stage itself: that it does its work, keeps the machine out of reach and leaves nothing behind.
-# Prints a line for each check; exits with 1 if any failed, with 77 if the stage is impossible here.
+# StageSelfTest.sh TOPIC...: tests the stage itself, that it does its work, keeps the machine out of reach and leaves
+# nothing behind. The topics are the functions test_TOPIC below. Prints a line for each check; exits with 1 if any
+# failed, with 77 if the stage is impossible here.
 # Much here is quoted for the shell of the stage, or called by a name in a variable.
 # shellcheck disable=SC2016,SC2317
 set -uo pipefail
@@ -687,16 +688,9 @@ if (( EUID != 0 )); then
     printf 'the self test needs root\n'
     exit 77
 fi
-test_entering
-test_tool
-test_programs
-test_leaving
-test_reach
-test_protection
-test_together
-test_keeping
-test_temporary_files
-test_chroot
-test_ordinary_user
+for topic; do
+    [[ $(type -t "test_$topic") == function ]] || { printf 'there is no topic %s\n' "$topic"; exit 64; }
+    "test_$topic"
+done
 if (( failures )); then printf '%s checks failed\n' "$failures"; exit 1; fi
 printf 'all checks passed\n'
