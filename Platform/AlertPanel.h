@@ -32,9 +32,6 @@ class AlertPanel {
     virtual std::int32_t run(const AlertPanelTexts& texts) = 0;
 
   protected:
-    AlertPanel() = default;
-    AlertPanel(const AlertPanel&) = default;
-    AlertPanel& operator=(const AlertPanel&) = default;
     ~AlertPanel() = default;
 };
 

@@ -16,9 +16,6 @@ class AppleScript {
     virtual bool execute(const std::string& source) = 0;
 
   protected:
-    AppleScript() = default;
-    AppleScript(const AppleScript&) = default;
-    AppleScript& operator=(const AppleScript&) = default;
     ~AppleScript() = default;
 };
 

@@ -60,9 +60,6 @@ class AuthorizationServices {
     virtual std::int32_t free(AuthorizationReference reference, std::uint32_t flags) = 0;
 
   protected:
-    AuthorizationServices() = default;
-    AuthorizationServices(const AuthorizationServices&) = default;
-    AuthorizationServices& operator=(const AuthorizationServices&) = default;
     ~AuthorizationServices() = default;
 };
 

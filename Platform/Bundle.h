@@ -29,9 +29,6 @@ class Bundle {
     virtual std::string localizedString(std::string_view key) = 0;
 
   protected:
-    Bundle() = default;
-    Bundle(const Bundle&) = default;
-    Bundle& operator=(const Bundle&) = default;
     ~Bundle() = default;
 };
 

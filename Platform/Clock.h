@@ -12,9 +12,6 @@ class Clock {
     virtual void sleep(double seconds) = 0;
 
   protected:
-    Clock() = default;
-    Clock(const Clock&) = default;
-    Clock& operator=(const Clock&) = default;
     ~Clock() = default;
 };
 

@@ -31,9 +31,6 @@ class Executable {
     virtual int openExecutable() = 0;
 
   protected:
-    Executable() = default;
-    Executable(const Executable&) = default;
-    Executable& operator=(const Executable&) = default;
     ~Executable() = default;
 };
 

@@ -20,9 +20,6 @@ class FileManager {
     virtual std::optional<std::string> hideExtensionOfItemAtPath(const std::string& path) = 0;
 
   protected:
-    FileManager() = default;
-    FileManager(const FileManager&) = default;
-    FileManager& operator=(const FileManager&) = default;
     ~FileManager() = default;
 };
 

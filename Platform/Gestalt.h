@@ -29,9 +29,6 @@ class Gestalt {
     virtual std::int16_t ask(std::uint32_t selector, std::int32_t* response) = 0;
 
   protected:
-    Gestalt() = default;
-    Gestalt(const Gestalt&) = default;
-    Gestalt& operator=(const Gestalt&) = default;
     ~Gestalt() = default;
 };
 

@@ -18,9 +18,6 @@ class HostMemory {
     virtual std::optional<std::uint32_t> freePages() = 0;
 
   protected:
-    HostMemory() = default;
-    HostMemory(const HostMemory&) = default;
-    HostMemory& operator=(const HostMemory&) = default;
     ~HostMemory() = default;
 };
 

@@ -20,9 +20,6 @@ class Locale {
     virtual std::string dateString() = 0;
 
   protected:
-    Locale() = default;
-    Locale(const Locale&) = default;
-    Locale& operator=(const Locale&) = default;
     ~Locale() = default;
 };
 

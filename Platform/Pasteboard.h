@@ -19,12 +19,7 @@ class PasteboardData {
     /// `description`: how "%@" shows the data in a log line; short, however much data there is.
     [[nodiscard]] virtual std::string description() const = 0;
 
-    PasteboardData(const PasteboardData&) = delete;
-    PasteboardData& operator=(const PasteboardData&) = delete;
     virtual ~PasteboardData() = default;
-
-  protected:
-    PasteboardData() = default;
 };
 
 // Whoever a pasteboard asks, another program or a class of the host's own, may raise an exception. It ends in the back
@@ -43,12 +38,7 @@ class PasteboardItem {
     /// `setData:forType:`: false when the item does not take them.
     virtual bool setData(const std::shared_ptr<const PasteboardData>& data, const std::string& forType) = 0;
 
-    PasteboardItem(const PasteboardItem&) = delete;
-    PasteboardItem& operator=(const PasteboardItem&) = delete;
     virtual ~PasteboardItem() = default;
-
-  protected:
-    PasteboardItem() = default;
 };
 
 using PasteboardItems = std::vector<std::shared_ptr<PasteboardItem>>;
@@ -76,12 +66,7 @@ class Pasteboard {
     /// `isEqual:`: whether both stand for the same pasteboard of the system.
     [[nodiscard]] virtual bool isEqual(const Pasteboard& other) const { return this == &other; }
 
-    Pasteboard(const Pasteboard&) = delete;
-    Pasteboard& operator=(const Pasteboard&) = delete;
     virtual ~Pasteboard() = default;
-
-  protected:
-    Pasteboard() = default;
 };
 
 /// The system's pasteboards. Used on the thread that polls and on those that restore.
@@ -103,9 +88,6 @@ class PasteboardService {
     virtual std::shared_ptr<PasteboardItem> newItem() = 0;
 
   protected:
-    PasteboardService() = default;
-    PasteboardService(const PasteboardService&) = default;
-    PasteboardService& operator=(const PasteboardService&) = default;
     ~PasteboardService() = default;
 };
 

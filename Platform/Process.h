@@ -25,9 +25,6 @@ class Process {
     virtual bool closeDescriptorsFrom(int first) = 0;
 
   protected:
-    Process() = default;
-    Process(const Process&) = default;
-    Process& operator=(const Process&) = default;
     ~Process() = default;
 };
 

@@ -23,9 +23,6 @@ class ProcessInfo {
     virtual std::string temporaryDirectory() = 0;
 
   protected:
-    ProcessInfo() = default;
-    ProcessInfo(const ProcessInfo&) = default;
-    ProcessInfo& operator=(const ProcessInfo&) = default;
     ~ProcessInfo() = default;
 };
 

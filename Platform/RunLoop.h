@@ -17,9 +17,6 @@ class RunLoop {
     virtual bool addRepeatingTimer(double seconds, std::function<void()> action) = 0;
 
   protected:
-    RunLoop() = default;
-    RunLoop(const RunLoop&) = default;
-    RunLoop& operator=(const RunLoop&) = default;
     ~RunLoop() = default;
 };
 

@@ -75,9 +75,6 @@ class SystemCalls {
     virtual int mkdir(const char* path, mode_t mode) = 0;
 
   protected:
-    SystemCalls() = default;
-    SystemCalls(const SystemCalls&) = default;
-    SystemCalls& operator=(const SystemCalls&) = default;
     ~SystemCalls() = default;
 };
 

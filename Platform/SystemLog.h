@@ -12,9 +12,6 @@ class SystemLog {
     virtual void write(const char* programName, const char* message) = 0;
 
   protected:
-    SystemLog() = default;
-    SystemLog(const SystemLog&) = default;
-    SystemLog& operator=(const SystemLog&) = default;
     ~SystemLog() = default;
 };
 

@@ -22,12 +22,7 @@ class UserDefaults {
     /// `synchronize`: writes what was set, so that other processes read it. False when that failed.
     virtual bool synchronize() = 0;
 
-    UserDefaults(const UserDefaults&) = delete;
-    UserDefaults& operator=(const UserDefaults&) = delete;
     virtual ~UserDefaults() = default;
-
-  protected:
-    UserDefaults() = default;
 };
 
 /// Where `UserDefaults` come from.
@@ -41,9 +36,6 @@ class UserDefaultsFactory {
     virtual std::unique_ptr<UserDefaults> create() = 0;
 
   protected:
-    UserDefaultsFactory() = default;
-    UserDefaultsFactory(const UserDefaultsFactory&) = default;
-    UserDefaultsFactory& operator=(const UserDefaultsFactory&) = default;
     ~UserDefaultsFactory() = default;
 };
 

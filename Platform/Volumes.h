@@ -45,9 +45,6 @@ class Volumes {
     virtual std::optional<std::vector<MountedFileSystem>> mountedFileSystems() = 0;
 
   protected:
-    Volumes() = default;
-    Volumes(const Volumes&) = default;
-    Volumes& operator=(const Volumes&) = default;
     ~Volumes() = default;
 };
 

@@ -41,12 +41,7 @@ class RunningApplication {
     /// not mean that it quit.
     virtual bool terminate() = 0;
 
-    RunningApplication(const RunningApplication&) = delete;
-    RunningApplication& operator=(const RunningApplication&) = delete;
     virtual ~RunningApplication() = default;
-
-  protected:
-    RunningApplication() = default;
 };
 
 /// Other applications (`NSWorkspace`'s `sharedWorkspace`). Used on the main thread.
@@ -73,9 +68,6 @@ class Workspace {
     virtual double appKitVersionNumber() = 0;
 
   protected:
-    Workspace() = default;
-    Workspace(const Workspace&) = default;
-    Workspace& operator=(const Workspace&) = default;
     ~Workspace() = default;
 };
 

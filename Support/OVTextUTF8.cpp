@@ -1,31 +1,77 @@
-#include "Platform/UTF8Blocks.h"
-#include "Support/OVCodePoint.h"
 #include "Support/OVText.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
 
 namespace orvane {
 
+namespace {
+
+using Block = unsigned char __attribute__((vector_size(16)));
+using SignedBlock = signed char __attribute__((vector_size(16)));
+
+constexpr std::size_t kWidth = sizeof(Block);
+/// How far before a byte its character may have begun.
+constexpr std::size_t kReach = 3;
+
+/// Whether it is ASCII, and what reaches into it, too.
+bool isPlain(const unsigned char* block) {
+    std::uint64_t words[3];
+    std::memcpy(words, block - kReach, sizeof *words);
+    std::memcpy(words + 1, block, kWidth);
+    return ((words[0] | words[1] | words[2]) & 0x8080808080808080U) == 0;
+}
+
+/// Compares every byte of the blocks with the three before it, which must be there before the first one, too.
+bool areWellFormed(const unsigned char* blocks, std::size_t count) {
+    Block malformed = {};
+    for (const unsigned char* at = blocks; at != blocks + count * kWidth; at += kWidth) {
+        if (isPlain(at)) {
+            continue;
+        }
+        Block current;
+        Block before1;
+        Block before2;
+        Block before3;
+        std::memcpy(&current, at, kWidth);
+        std::memcpy(&before1, at - 1, kWidth);
+        std::memcpy(&before2, at - 2, kWidth);
+        std::memcpy(&before3, at - 3, kWidth);
+        // Continuation bytes are 0x80 to 0xBF, the lowest when taken as signed. They stand behind leading bytes and
+        // nowhere else.
+        const auto order = reinterpret_cast<const SignedBlock&>(current);
+        const auto expected = (before1 >= 0xC0) | (before2 >= 0xE0) | (before3 >= 0xF0);
+        const auto continuation = order < static_cast<signed char>(0xC0);
+        // The second byte is what tells overlong forms, surrogates and values above U+10FFFF.
+        const auto below90 = order < static_cast<signed char>(0x90);
+        const auto belowA0 = order < static_cast<signed char>(0xA0);
+        const auto wrong = (expected ^ continuation) | ((before1 == 0xE0) & belowA0) | ((before1 == 0xED) & ~belowA0) |
+                           ((before1 == 0xF0) & below90) | ((before1 == 0xF4) & ~below90) | (current >= 0xF5) |
+                           ((current & 0xFE) == 0xC0);
+        malformed |= reinterpret_cast<const Block&>(wrong);
+    }
+    constexpr Block kNothing = {};
+    return std::memcmp(&malformed, &kNothing, kWidth) == 0;
+}
+
+} // namespace
+
 bool isValidUTF8(std::string_view bytes) {
-    std::size_t done = checkUTF8Blocks(bytes);
-    if (done == std::string_view::npos) {
-        return false;
+    // The blocks at both ends stand among zeros, so that a character that is cut there shows.
+    unsigned char first[kReach + kWidth] = {};
+    unsigned char last[kReach + 2 * kWidth] = {};
+    const auto* const start = reinterpret_cast<const unsigned char*>(bytes.data());
+    const std::size_t count = bytes.size() / kWidth;
+    const std::size_t rest = bytes.size() % kWidth;
+    if (count == 0) {
+        std::copy_n(start, rest, last + kReach);
+        return areWellFormed(last + kReach, 2);
     }
-    // The blocks may end inside a character: the rest begins with that character's first byte.
-    for (std::size_t back = 1; back <= 3 && back <= done; ++back) {
-        const auto byte = static_cast<unsigned char>(bytes[done - back]);
-        if (byte >= 0xC0) {
-            done -= back;
-            break;
-        }
-    }
-    bytes.remove_prefix(done);
-    while (!bytes.empty()) {
-        const CodePoint next = decodeUTF8(bytes);
-        if (next.length == 0) {
-            return false;
-        }
-        bytes.remove_prefix(next.length);
-    }
-    return true;
+    std::memcpy(first + kReach, start, kWidth);
+    std::memcpy(last, start + bytes.size() - rest - kReach, kReach + rest);
+    return areWellFormed(first + kReach, 1) && areWellFormed(start + kWidth, count - 1) &&
+           areWellFormed(last + kReach, 2);
 }
 
 } // namespace orvane

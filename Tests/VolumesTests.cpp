@@ -4,7 +4,6 @@
 
 #include <csignal>
 #include <ctime>
-#include <deque>
 #include <linux/fuse.h>
 #include <sched.h>
 #include <sys/mount.h>
@@ -14,10 +13,8 @@
 namespace orvane {
 namespace {
 
-/// Keeps the line, which the record looks into.
 MountRecord onlyRecord(const std::string& line) {
-    static std::deque<std::string> lines;
-    const std::vector<MountRecord> records = parseMountInfo(lines.emplace_back(line));
+    const std::vector<MountRecord> records = parseMountInfo(line);
     EXPECT_EQ(records.size(), 1U) << line;
     return records.empty() ? MountRecord{} : records.front();
 }
@@ -31,11 +28,9 @@ TEST(ParseMountInfo, ReadsEveryField) {
     const MountRecord record =
         onlyRecord("36 35 98:0 /mnt1 /mnt2 rw,noatime master:1 - ext3 /dev/root rw,errors=continue\n");
     EXPECT_EQ(record.mountID, 36);
-    EXPECT_EQ(record.parentID, 35);
     EXPECT_EQ(record.mountPoint, "/mnt2");
     EXPECT_EQ(record.fileSystemType, "ext3");
-    EXPECT_EQ(record.mountOptions, "rw,noatime");
-    EXPECT_EQ(record.superOptions, "rw,errors=continue");
+    EXPECT_EQ(record.options, "rw,noatime,rw,errors=continue");
 }
 
 TEST(ParseMountInfo, AnyNumberOfOptionalFields) {
@@ -56,10 +51,9 @@ TEST(ParseMountInfo, DecodesOctalEscapes) {
 }
 
 TEST(ParseMountInfo, LeavesOutWhatIsNoRecord) {
-    for (const char* const line :
-         {"\n", "garbage\n", "36 35 98:0 / /mnt rw shared:1\n", "x 35 98:0 / /mnt rw - ext4 s rw\n",
-          "36 y 98:0 / /mnt rw - ext4 s rw\n", "36 35 98:0 / mnt rw - ext4 s rw\n", "36 35 98:0 / /mnt rw -\n",
-          "36 35 98:0 / /mnt rw - \n", "36 35 98:0 /\n"}) {
+    for (const char* const line : {"\n", "garbage\n", "36 35 98:0 / /mnt rw shared:1\n",
+                                   "x 35 98:0 / /mnt rw - ext4 s rw\n", "36 35 98:0 / mnt rw - ext4 s rw\n",
+                                   "36 35 98:0 / /mnt rw -\n", "36 35 98:0 / /mnt rw - \n", "36 35 98:0 /\n"}) {
         EXPECT_TRUE(parseMountInfo(line).empty()) << line;
     }
     EXPECT_TRUE(parseMountInfo("").empty());
@@ -131,49 +125,6 @@ TEST(MountingUser, ComesFromTheOptions) {
          {"rw", "uid=", "uid=abc", "uid=12x", "uid=-1", "uid=4294967296", "xuid=501", "fsuid=501"}) {
         EXPECT_EQ(mountingUser(mounted("vfat", "/m", "rw", options)), std::nullopt) << options;
     }
-}
-
-TEST(CoveredMounts, AreThoseThatNoPathLeadsTo) {
-    const auto records = parseMountInfo("1 0 0:1 / / rw - rootfs rootfs rw\n"       // beneath the real root
-                                        "10 1 8:1 / / rw - ext4 root rw\n"          //
-                                        "11 10 8:2 / /data rw - ext4 lower rw\n"    // beneath its namesake
-                                        "12 11 8:3 / /data/in rw - ext4 inner rw\n" // stood on the lower one
-                                        "13 11 8:4 / /data rw - ext4 upper rw\n"    //
-                                        "14 13 8:5 / /data/in rw - ext4 other rw\n" //
-                                        "15 10 8:6 / /a/b rw - ext4 deep rw\n"      // a later mount at /a
-                                        "16 10 8:7 / /a rw - ext4 above rw\n"       //
-                                        "17 15 8:8 / /a/b/c rw - ext4 deeper rw\n"  // stood on the deep one
-                                        "18 15 8:9 / /a/b rw - ext4 top rw\n"       // covers it, hidden too
-                                        "19 10 8:9 / /ab rw - ext4 beside rw\n");
-    ASSERT_EQ(records.size(), 11U);
-    EXPECT_EQ(coveredMounts(records),
-              (std::vector<bool>{true, false, true, true, false, false, true, false, true, true, false}));
-}
-
-TEST(CoveredMounts, KnowTheirOwnRootAndWhatLiesOverTheRoot) {
-    const auto records = parseMountInfo("1 1 0:1 / / rw - rootfs rootfs rw\n"   // the first of all stands on itself
-                                        "2 1 8:1 / /a rw - ext4 a rw\n"         //
-                                        "3 2 8:2 / /a/b/c rw - ext4 c rw\n"     //
-                                        "4 2 8:3 / /a/b/c/d rw - ext4 d rw\n"   // beneath it, though it stands lower
-                                        "5 9 8:4 / /a/b/cd rw - ext4 cd rw\n"   // on one that is not told of
-                                        "6 4 8:5 / /a/b/c/d rw - ext4 e rw\n"); // covers what is covered
-    EXPECT_EQ(coveredMounts(records), (std::vector<bool>{false, false, false, true, false, true}));
-    const auto rootOnTop = parseMountInfo("1 1 0:1 / / rw - rootfs rootfs rw\n"
-                                          "2 1 8:1 / /a rw - ext4 a rw\n"
-                                          "3 1 8:2 / / rw - ext4 root rw\n"
-                                          "4 3 8:3 / /a rw - ext4 b rw\n");
-    EXPECT_EQ(coveredMounts(rootOnTop), (std::vector<bool>{true, true, false, false}));
-    const auto onOneNotToldOf = parseMountInfo("2 1 8:1 / /a rw - ext4 a rw\n"
-                                               "3 1 8:2 / / rw - ext4 root rw\n");
-    EXPECT_EQ(coveredMounts(onOneNotToldOf), (std::vector<bool>{true, false}));
-}
-
-TEST(CoveredMounts, EndsOnRecordsInACircle) {
-    const auto records = parseMountInfo("1 2 8:1 / /a rw - ext4 x rw\n"
-                                        "2 1 8:2 / /a/b rw - ext4 y rw\n"
-                                        "3 3 8:3 / /c rw - ext4 z rw\n");
-    EXPECT_FALSE(coveredMounts(records)[2]);
-    EXPECT_EQ(coveredMounts({}), std::vector<bool>{});
 }
 
 const MountedFileSystem* find(const std::vector<MountedFileSystem>& all, const std::string& place) {
@@ -271,6 +222,44 @@ TEST_F(OwnMounts, CoveredVolumeIsHiddenAndDoesNotTakeTheSizesOfItsCover) {
                       }
                   }
                   return hidden == 1 && browsable == 1 ? 0 : 2;
+              }),
+              0);
+}
+
+/// Mounts a memory file system of that many megabytes, on a folder that is made for it.
+bool mountOn(const char* place, int size) {
+    ::mkdir(place, 0755);
+    return ::mount("test", place, "tmpfs", 0, ("size=" + std::to_string(size) + "m").c_str()) == 0;
+}
+
+/// Whether exactly the mounts of these sizes show beneath "/mnt", in this order.
+bool onlyTheseShow(const std::vector<std::uint64_t>& megabytes) {
+    std::vector<std::uint64_t> shown;
+    const auto all = Volumes::platform().mountedFileSystems();
+    for (const MountedFileSystem& one : *all) {
+        if (one.mountPoint.starts_with("/mnt/") && (one.flags & kMountDontBrowse) == 0) {
+            shown.push_back(one.blockSize * one.blocks >> 20U);
+        }
+    }
+    return shown == megabytes;
+}
+
+TEST_F(OwnMounts, WhatNoPathLeadsToIsHidden) {
+    EXPECT_EQ(withOwnMounts([] {
+                  // Mounts on one covered, and on its cover.
+                  if (!mountOn("/mnt/data", 2) || !mountOn("/mnt/data/in", 3) || !mountOn("/mnt/data", 4) ||
+                      !onlyTheseShow({4}) || !mountOn("/mnt/data/in", 5) || !onlyTheseShow({4, 5})) {
+                      return 1;
+                  }
+                  // A later mount on a folder above, in which the places are missing, or a file.
+                  if (::mkdir("/mnt/a", 0755) != 0 || !mountOn("/mnt/a/b", 6) || !mountOn("/mnt/a/b/c", 7) ||
+                      !mountOn("/mnt/ab", 8) || !onlyTheseShow({4, 5, 6, 7, 8}) || !mountOn("/mnt/a", 9) ||
+                      !onlyTheseShow({4, 5, 8, 9}) || ::close(::creat("/mnt/a/b", 0644)) != 0 ||
+                      !onlyTheseShow({4, 5, 8, 9})) {
+                      return 2;
+                  }
+                  // One over all.
+                  return mountOn("/mnt", 1) && onlyTheseShow({}) ? 0 : 3;
               }),
               0);
 }

@@ -1,9 +1,11 @@
 #include "Backends/Linux/MountTable.h"
 #include "Platform/Volumes.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstddef>
+#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <limits>
@@ -15,7 +17,6 @@
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <utility>
 
 namespace orvane {
 
@@ -31,32 +32,37 @@ struct Description {
     std::uint64_t availableBlocks = 0;
     std::uint32_t owner = 0; ///< root, who unmounts nothing of a user's, when nobody can tell
     bool isFile = false;     ///< one that is mounted on another, and no volume
+    bool isCovered = false;  ///< by another mount, at its place or at a folder above, so that no path leads to it
 };
 
-Description described(const char* path) {
+Description described(const MountRecord& record) {
+    const char* const path = record.mountPoint.c_str();
     Description description;
+    struct statx place = {};
+    if (::statx(AT_FDCWD, path, 0, STATX_TYPE | STATX_UID | STATX_MNT_ID, &place) == 0) {
+        description.owner = place.stx_uid;
+        description.isFile = !S_ISDIR(place.stx_mode);
+        description.isCovered = (place.stx_mask & STATX_MNT_ID) != 0 && place.stx_mnt_id != record.mountID;
+    } else {
+        description.isCovered = errno == ENOENT || errno == ENOTDIR;
+    }
     struct statfs status = {};
-    if (::statfs(path, &status) == 0) {
+    if (!description.isCovered && ::statfs(path, &status) == 0) { // or the cover's sizes would pass for its own
         description.blockSize = static_cast<std::uint64_t>(status.f_frsize != 0 ? status.f_frsize : status.f_bsize);
         description.blocks = status.f_blocks;
         description.availableBlocks = status.f_bavail;
-    }
-    struct stat place = {};
-    if (::stat(path, &place) == 0) {
-        description.owner = place.st_uid;
-        description.isFile = !S_ISDIR(place.st_mode);
     }
     return description;
 }
 
 /// In the child: asks, answers through the pipe, ends. It keeps nothing else of the parent's open, or a child
 /// that is stuck in the kernel would keep other pipes from ending.
-[[noreturn]] void describeAndExit(const char* path, int answer) {
+[[noreturn]] void describeAndExit(const MountRecord& record, int answer) {
     if (::dup2(answer, STDIN_FILENO) == STDIN_FILENO) {
         ::close(STDOUT_FILENO);
         ::close(STDERR_FILENO);
         ::syscall(SYS_close_range, static_cast<unsigned>(STDERR_FILENO + 1), ~0U, 0U);
-        const Description description = described(path);
+        const Description description = described(record);
         if (::write(STDIN_FILENO, &description, sizeof description) == sizeof description) {
             ::_exit(EXIT_SUCCESS);
         }
@@ -74,7 +80,7 @@ bool becomesReadable(int descriptor) {
 }
 
 /// The same by a child process: a call to a dead server cannot be interrupted, only left alone.
-Description describedByChild(const char* path) {
+Description describedByChild(const MountRecord& record) {
     std::array<int, 2> ends = {-1, -1};
     Description description;
     if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
@@ -82,7 +88,7 @@ Description describedByChild(const char* path) {
     }
     const pid_t child = ::fork();
     if (child == 0) {
-        describeAndExit(path, ends[1]);
+        describeAndExit(record, ends[1]);
     }
     ::close(ends[1]);
     if (child > 0) {
@@ -103,27 +109,14 @@ Description describedByChild(const char* path) {
 
 std::string contentsOfFile(const char* path) {
     std::string text;
-    const int file = ::open(path, O_RDONLY | O_CLOEXEC);
-    if (file < 0) {
-        return text;
-    }
-    std::array<char, 16384> buffer; // NOLINT(cppcoreguidelines-pro-type-member-init): filled before it is read
-    text.reserve(buffer.size());
-    while (true) {
-        const ssize_t count = ::read(file, buffer.data(), buffer.size());
-        if (count > 0) {
-            text.append(buffer.data(), static_cast<std::size_t>(count));
-        } else if (count == 0 || errno != EINTR) {
-            break;
+    if (std::FILE* const file = std::fopen(path, "re")) {
+        std::array<char, 4096> buffer = {};
+        while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), file)) {
+            text.append(buffer.data(), count);
         }
+        static_cast<void>(std::fclose(file));
     }
-    ::close(file);
     return text;
-}
-
-std::uint32_t narrowed(std::uint64_t blockSize) {
-    constexpr std::uint64_t kMost = std::numeric_limits<std::uint32_t>::max();
-    return static_cast<std::uint32_t>(blockSize < kMost ? blockSize : kMost);
 }
 
 class LinuxVolumes final : public Volumes {
@@ -133,38 +126,28 @@ class LinuxVolumes final : public Volumes {
         if (::statvfs(path, &status) != 0) {
             return std::nullopt;
         }
-        std::uint32_t flags = 0;
-        if ((status.f_flag & ST_NOSUID) != 0) {
-            flags |= kMountNoSetUserID;
-        }
-        return flags;
+        return (status.f_flag & ST_NOSUID) != 0 ? kMountNoSetUserID : 0U;
     }
 
     std::optional<std::vector<MountedFileSystem>> mountedFileSystems() override {
-        const std::string table = contentsOfFile("/proc/self/mountinfo");
-        std::vector<MountRecord> records = parseMountInfo(table);
+        std::vector<MountRecord> records = parseMountInfo(contentsOfFile("/proc/self/mountinfo"));
         if (records.empty()) {
             return std::nullopt;
         }
-        const std::string userTable = contentsOfFile("/run/mount/utab");
-        addUserOptions(records, userTable);
-        const std::vector<bool> covered = coveredMounts(records);
-
+        addUserOptions(records, contentsOfFile("/run/mount/utab"));
         std::vector<MountedFileSystem> mounted;
-        for (std::size_t index = 0; index < records.size(); ++index) {
-            MountRecord& record = records[index];
-            const std::uint32_t flags = mountFlags(record) | (covered[index] ? kMountDontBrowse : 0U);
-            const char* const path = record.mountPoint.c_str();
+        for (const MountRecord& record : records) {
+            const std::uint32_t flags = mountFlags(record);
             Description description;
-            // A covered one would be mistaken for its cover, and asking an automatic mount would mount it.
-            if ((flags & kMountDontBrowse) == 0) {
-                description = mayNotAnswer(record) ? describedByChild(path) : described(path);
+            if ((flags & kMountDontBrowse) == 0) { // asking an automatic mount would mount it
+                description = mayNotAnswer(record) ? describedByChild(record) : described(record);
             }
             if (!description.isFile) {
-                mounted.push_back({.mountPoint = std::move(record.mountPoint),
+                constexpr std::uint64_t kMost = std::numeric_limits<std::uint32_t>::max();
+                mounted.push_back({.mountPoint = record.mountPoint,
                                    .owner = mountingUser(record).value_or(description.owner),
-                                   .flags = flags,
-                                   .blockSize = narrowed(description.blockSize),
+                                   .flags = flags | (description.isCovered ? kMountDontBrowse : 0U),
+                                   .blockSize = static_cast<std::uint32_t>(std::min(description.blockSize, kMost)),
                                    .blocks = description.blocks,
                                    .availableBlocks = description.availableBlocks});
             }

@@ -4,37 +4,26 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstddef>
-#include <unordered_map>
-#include <unordered_set>
-#include <utility>
 
 namespace orvane {
 
 namespace {
 
-/// All that are not ordinary, with a blank on either side of each.
+/// With a blank on either side of each.
 constexpr std::string_view kNetworkTypes =
     " 9p afs beegfs ceph cifs coda davfs fuse.ceph fuse.ceph-fuse fuse.curlftpfs fuse.davfs2 fuse.glusterfs fuse.mfs "
     "fuse.nfs fuse.rclone fuse.s3fs fuse.smbnetfs fuse.sshfs gpfs lustre ncp ncpfs nfs nfs4 orangefs pvfs2 smb3 smbfs ";
+/// No files of anybody's: the kernel's own views and switches, or the desktop's.
 constexpr std::string_view kPseudoTypes =
     " anon_inodefs autofs bdev binder binfmt_misc bpf cgroup cgroup2 configfs cpuset debugfs devpts devtmpfs efivarfs "
     "fuse.gvfsd-fuse fuse.portal fusectl hugetlbfs mqueue nfsd nsfs pipefs proc pstore resctrl rootfs rpc_pipefs "
     "securityfs selinuxfs smackfs sockfs sysfs tracefs ";
+constexpr std::string_view kMemoryTypes = " ramfs tmpfs ";
+/// Where a memory file system is part of the machinery; elsewhere somebody has put it up as a volume.
+constexpr std::string_view kSystemFolders = " /dev /proc /run /sys /tmp /var ";
 
-FileSystemKind kindOf(std::string_view type) {
-    const std::string word = " " + std::string(type) + " ";
-    const auto isAmong = [&](std::string_view types) { return types.find(word) != std::string_view::npos; };
-    return isAmong(kPseudoTypes)      ? FileSystemKind::kPseudo
-           : isAmong(" ramfs tmpfs ") ? FileSystemKind::kMemory
-           : isAmong(kNetworkTypes)   ? FileSystemKind::kNetwork
-                                      : FileSystemKind::kOrdinary;
-}
-
-/// Whether a memory file system at the place is part of the machinery; elsewhere somebody has put it up as a volume.
-bool isInSystemFolder(std::string_view place) {
-    const std::string folder = std::string(place.substr(0, place.find('/', 1))) + "/";
-    return std::string_view("/dev/proc/run/sys/tmp/var/").find(folder) != std::string_view::npos;
+bool isAmong(std::string_view words, std::string_view word) {
+    return words.find(" " + std::string(word) + " ") != std::string_view::npos;
 }
 
 using Fields = std::vector<std::string_view>;
@@ -65,21 +54,9 @@ std::string decoded(std::string_view field) {
 
 template <typename Number> std::optional<Number> number(std::string_view text) {
     Number value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size()) {
-        return std::nullopt;
-    }
-    return value;
-}
-
-Fields optionsOf(const MountRecord& record) {
-    Fields options;
-    for (const std::string_view list :
-         {record.mountOptions, record.superOptions, std::string_view(record.userOptions)}) {
-        const Fields some = split(list, ',');
-        options.insert(options.end(), some.begin(), some.end());
-    }
-    return options;
+    const char* const end = text.data() + text.size();
+    const auto [stopped, error] = std::from_chars(text.data(), end, value);
+    return error == std::errc() && stopped == end ? std::optional(value) : std::nullopt;
 }
 
 } // namespace
@@ -89,16 +66,15 @@ std::vector<MountRecord> parseMountInfo(std::string_view text) {
     for (const std::string_view line : split(text, '\n')) {
         // 36 35 98:0 /root /mount/point rw,noatime shared:1 master:2 - ext4 /dev/sda1 rw,errors=continue
         const Fields fields = split(line, ' ');
-        const auto dash =
-            std::find(fields.begin() + std::min<std::ptrdiff_t>(6, std::ssize(fields)), fields.end(), "-");
-        if (fields.end() - dash < 4 || dash[1].empty() || !fields[4].starts_with('/')) {
+        const auto dash = std::find(fields.begin(), fields.end(), "-");
+        if (dash - fields.begin() < 6 || fields.end() - dash < 4 || dash[1].empty() || !fields[4].starts_with('/')) {
             continue;
         }
-        const auto mountID = number<std::int64_t>(fields[0]);
-        const auto parentID = number<std::int64_t>(fields[1]);
-        if (mountID && parentID) {
-            records.push_back(
-                {*mountID, *parentID, decoded(fields[4]), dash[1], kindOf(dash[1]), fields[5], dash[3], {}});
+        if (const auto mountID = number<std::uint64_t>(fields[0])) {
+            records.push_back({.mountID = *mountID,
+                               .mountPoint = decoded(fields[4]),
+                               .fileSystemType = std::string(dash[1]),
+                               .options = std::string(fields[5]) + "," + std::string(dash[3])});
         }
     }
     return records;
@@ -107,12 +83,12 @@ std::vector<MountRecord> parseMountInfo(std::string_view text) {
 void addUserOptions(std::vector<MountRecord>& records, std::string_view utab) {
     for (const std::string_view line : split(utab, '\n')) {
         // ID=36 SRC=/dev/sda1 TARGET=/mount/point ROOT=/ OPTS=x-gvfs-hide,uhelper=udisks2
-        std::optional<std::int64_t> mountID;
+        std::optional<std::uint64_t> mountID;
         std::string target;
         std::string_view options;
         for (const std::string_view field : split(line, ' ')) {
             if (field.starts_with("ID=")) {
-                mountID = number<std::int64_t>(field.substr(3));
+                mountID = number<std::uint64_t>(field.substr(3));
             } else if (field.starts_with("TARGET=")) {
                 target = decoded(field.substr(7));
             } else if (field.starts_with("OPTS=")) {
@@ -123,72 +99,39 @@ void addUserOptions(std::vector<MountRecord>& records, std::string_view utab) {
             return candidate.mountPoint == target && (!mountID || candidate.mountID == *mountID);
         });
         if (record != records.rend()) {
-            record->userOptions.append(1, ',').append(options);
+            record->options.append(1, ',').append(options);
         }
     }
 }
 
 std::uint32_t mountFlags(const MountRecord& record) {
-    const Fields options = optionsOf(record);
+    const Fields options = split(record.options, ',');
     const auto has = [&](std::string_view option) {
         return std::find(options.begin(), options.end(), option) != options.end();
     };
-    const bool isHidden = record.kind == FileSystemKind::kPseudo ||
-                          (record.kind == FileSystemKind::kMemory && isInSystemFolder(record.mountPoint)) ||
-                          has("x-gvfs-hide");
-    return (has("nosuid") ? kMountNoSetUserID : 0U) | (record.mountPoint == "/" ? kMountRootFileSystem : 0U) |
-           (record.kind != FileSystemKind::kNetwork ? kMountLocal : 0U) | (isHidden ? kMountDontBrowse : 0U);
+    const std::string_view type = record.fileSystemType;
+    const std::string_view place = record.mountPoint;
+    const bool isHidden = isAmong(kPseudoTypes, type) || has("x-gvfs-hide") ||
+                          (isAmong(kMemoryTypes, type) && isAmong(kSystemFolders, place.substr(0, place.find('/', 1))));
+    return (has("nosuid") ? kMountNoSetUserID : 0U) | (place == "/" ? kMountRootFileSystem : 0U) |
+           (isAmong(kNetworkTypes, type) ? 0U : kMountLocal) | (isHidden ? kMountDontBrowse : 0U);
 }
 
 bool mayNotAnswer(const MountRecord& record) {
-    return record.kind == FileSystemKind::kNetwork || record.fileSystemType.starts_with("fuse");
+    return isAmong(kNetworkTypes, record.fileSystemType) || record.fileSystemType.starts_with("fuse");
 }
 
 std::optional<std::uint32_t> mountingUser(const MountRecord& record) {
-    std::optional<std::uint32_t> server;
-    std::optional<std::uint32_t> owner;
-    for (const std::string_view option : optionsOf(record)) {
-        if (!server && option.starts_with("user_id=")) {
-            server = number<std::uint32_t>(option.substr(8));
-        } else if (!owner && option.starts_with("uid=")) {
-            owner = number<std::uint32_t>(option.substr(4));
-        }
-    }
-    return server ? server : owner;
-}
-
-std::vector<bool> coveredMounts(const std::vector<MountRecord>& records) {
-    std::unordered_map<std::int64_t, const MountRecord*> byNumber;
-    std::unordered_map<std::int64_t, std::unordered_set<std::string_view>> places; // of the mounts on each
-    for (const MountRecord& record : records) {
-        byNumber.emplace(record.mountID, &record);
-        if (record.parentID != record.mountID) { // the first of all stands on itself
-            places[record.parentID].insert(record.mountPoint);
-        }
-    }
-    // By a mount on a folder above, on the same one.
-    const auto isPlaceCovered = [&](const MountRecord& record) {
-        for (std::string_view place = record.mountPoint; place.size() > 1;) {
-            place = place.substr(0, std::max<std::size_t>(place.rfind('/'), 1));
-            if (places[record.parentID].contains(place)) {
-                return true;
+    for (const std::string_view name : {"user_id=", "uid="}) {
+        for (const std::string_view option : split(record.options, ',')) {
+            const auto user =
+                option.starts_with(name) ? number<std::uint32_t>(option.substr(name.size())) : std::nullopt;
+            if (user) {
+                return user;
             }
         }
-        return false;
-    };
-    // By a mount on its own root; or its place is covered, or that of a mount beneath it. Records may go in a circle.
-    std::vector<bool> result;
-    for (const MountRecord& record : records) {
-        bool covered = places[record.mountID].contains(record.mountPoint);
-        const MountRecord* one = &record;
-        for (std::size_t steps = 0; steps < records.size() && !covered && one != nullptr; ++steps) {
-            covered = isPlaceCovered(*one);
-            const auto parent = byNumber.find(one->parentID);
-            one = parent != byNumber.end() ? parent->second : nullptr;
-        }
-        result.push_back(covered);
     }
-    return result;
+    return std::nullopt;
 }
 
 } // namespace orvane

@@ -8,28 +8,15 @@
 
 namespace orvane {
 
-/// What a file system's type tells of it.
-enum class FileSystemKind : std::uint8_t {
-    kOrdinary, ///< files on this machine
-    kPseudo,   ///< no files of anybody's: the kernel's own views and switches, or the desktop's
-    kMemory,   ///< files in memory
-    kNetwork,  ///< files on another machine
-};
-
-/// One line of `/proc/self/mountinfo`. The views are of the text it was read from, escapes as they are there; the
-/// options have commas between them.
+/// One line of `/proc/self/mountinfo`.
 struct MountRecord {
-    std::int64_t mountID = 0;
-    std::int64_t parentID = 0;
+    std::uint64_t mountID = 0;
     std::string mountPoint; ///< escapes decoded
-    std::string_view fileSystemType;
-    FileSystemKind kind = FileSystemKind::kOrdinary;
-    std::string_view mountOptions;
-    std::string_view superOptions; ///< of the file system
-    std::string userOptions;       ///< those that the mounting tool alone knows
+    std::string fileSystemType;
+    std::string options; ///< of the mount, of the file system and of the mounting tool, with commas between them
 };
 
-/// The records of `/proc/self/mountinfo`, in its order; a line that is none is left out. The text must outlive them.
+/// The records of `/proc/self/mountinfo`, in its order; a line that is none is left out.
 std::vector<MountRecord> parseMountInfo(std::string_view text);
 
 /// Adds the options that the kernel does not keep ("x-gvfs-hide") from the mounting tool's own table,
@@ -45,9 +32,5 @@ bool mayNotAnswer(const MountRecord& record);
 
 /// The mounting user from "user_id=" or "uid="; nothing when no option tells.
 std::optional<std::uint32_t> mountingUser(const MountRecord& record);
-
-/// For each record whether another mount lies over it, at its place or at a folder above, so that no path
-/// leads to it.
-std::vector<bool> coveredMounts(const std::vector<MountRecord>& records);
 
 } // namespace orvane

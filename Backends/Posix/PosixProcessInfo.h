@@ -12,9 +12,6 @@ class PosixProcessInfo : public ProcessInfo {
     std::string globallyUniqueString() override;
 
   protected:
-    PosixProcessInfo() = default;
-    PosixProcessInfo(const PosixProcessInfo&) = default;
-    PosixProcessInfo& operator=(const PosixProcessInfo&) = default;
     ~PosixProcessInfo() = default;
 };
 
