@@ -5,7 +5,7 @@
 
 namespace orvane {
 
-/// The machine's memory (`sysctl` and `host_statistics`; on Linux `sysconf` and `sysinfo`).
+/// The machine's memory (`sysctl` and `host_statistics`; on Linux `sysconf`).
 class HostMemory {
   public:
     /// That of the machine. Lives for ever; may be used from any thread.

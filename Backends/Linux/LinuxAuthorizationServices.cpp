@@ -5,8 +5,6 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <new>
-#include <unistd.h>
 #include <vector>
 
 namespace orvane {
@@ -29,18 +27,15 @@ void runChild(void* context) {
     plan.calls.sigprocmask(SIG_UNBLOCK, &all, nullptr);
     plan.calls.execv(plan.path, plan.arguments);
     const char failed = 1;
-    while (plan.calls.write(plan.failureEnd, &failed, 1) < 0 && errno == EINTR) {
-    }
-    ::_exit(1);
+    plan.calls.write(plan.failureEnd, &failed, 1);
 }
 
 /// Whether a byte comes before the end, which the exec brings.
 bool hasFailed(SystemCalls& calls, int descriptor) {
     char failed = 0;
     ssize_t count = -1;
-    do {
-        count = calls.read(descriptor, &failed, 1);
-    } while (count < 0 && errno == EINTR);
+    while ((count = calls.read(descriptor, &failed, 1)) < 0 && errno == EINTR) {
+    }
     return count != 0;
 }
 
@@ -51,11 +46,7 @@ class LinuxAuthorizationServices final : public AuthorizationServices {
         if (reference == nullptr) {
             return kAuthorizationInvalidPointer;
         }
-        auto* const created = new (std::nothrow) Authorization; // NOLINT(cppcoreguidelines-owning-memory)
-        if (created == nullptr) {
-            return kAuthorizationInternal;
-        }
-        *reference = created;
+        *reference = new Authorization;
         return kAuthorizationSuccess;
     }
 
@@ -68,17 +59,14 @@ class LinuxAuthorizationServices final : public AuthorizationServices {
                                        std::uint32_t /*flags*/, char* const* arguments) override {
         // Asked once more: the process may have given its rights up since.
         const std::int32_t status = statusOfRights(reference);
-        if (status != kAuthorizationSuccess) {
-            return status;
-        }
-        return startProgram(pathToTool, arguments, SystemCalls::platform());
+        return status != kAuthorizationSuccess ? status : startProgram(pathToTool, arguments, SystemCalls::platform());
     }
 
     std::int32_t free(AuthorizationReference reference, std::uint32_t /*flags*/) override {
         if (reference == nullptr) {
             return kAuthorizationInvalidRef;
         }
-        delete reference; // NOLINT(cppcoreguidelines-owning-memory)
+        delete reference;
         return kAuthorizationSuccess;
     }
 
@@ -97,8 +85,7 @@ std::int32_t startProgram(const char* path, char* const* arguments, SystemCalls&
     if (path == nullptr) {
         return kAuthorizationInvalidPointer;
     }
-    std::vector<char*> vector;
-    vector.push_back(const_cast<char*>(path)); // NOLINT(cppcoreguidelines-pro-type-const-cast)
+    std::vector<char*> vector = {const_cast<char*>(path)};
     for (char* const* argument = arguments; argument != nullptr && *argument != nullptr; ++argument) {
         vector.push_back(*argument);
     }

@@ -39,7 +39,8 @@ Description described(const MountRecord& record) {
     const char* const path = record.mountPoint.c_str();
     Description description;
     struct statx place = {};
-    if (::statx(AT_FDCWD, path, 0, STATX_TYPE | STATX_UID | STATX_MNT_ID, &place) == 0) {
+    // What is known already will do: a server need not be asked whether its folder is the one in the way.
+    if (::statx(AT_FDCWD, path, AT_STATX_DONT_SYNC, STATX_TYPE | STATX_UID | STATX_MNT_ID, &place) == 0) {
         description.owner = place.stx_uid;
         description.isFile = !S_ISDIR(place.stx_mode);
         description.isCovered = (place.stx_mask & STATX_MNT_ID) != 0 && place.stx_mnt_id != record.mountID;
@@ -135,12 +136,14 @@ class LinuxVolumes final : public Volumes {
             return std::nullopt;
         }
         addUserOptions(records, contentsOfFile("/run/mount/utab"));
+        // A path may lead over any of them.
+        const bool mayHang = std::any_of(records.begin(), records.end(), mayNotAnswer);
         std::vector<MountedFileSystem> mounted;
         for (const MountRecord& record : records) {
             const std::uint32_t flags = mountFlags(record);
             Description description;
             if ((flags & kMountDontBrowse) == 0) { // asking an automatic mount would mount it
-                description = mayNotAnswer(record) ? describedByChild(record) : described(record);
+                description = mayHang ? describedByChild(record) : described(record);
             }
             if (!description.isFile) {
                 constexpr std::uint64_t kMost = std::numeric_limits<std::uint32_t>::max();

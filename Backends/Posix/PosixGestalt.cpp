@@ -7,6 +7,7 @@
 #include <charconv>
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace orvane {
 
@@ -17,32 +18,23 @@ constexpr std::int32_t kLargest = 9999;
 
 /// All three numbers in one answer, a digit in four bits: what needs more shows as 9, as the system has it.
 std::int32_t binaryCodedDecimal(const SystemVersionNumbers& version) {
-    const std::int32_t major = std::min(version.major, 99);
-    return major / 10 * 0x1000 + major % 10 * 0x100 + std::min(version.minor, 9) * 0x10 + std::min(version.bugFix, 9);
+    const std::int32_t major = std::min(version[0], 99);
+    return major / 10 * 0x1000 + major % 10 * 0x100 + std::min(version[1], 9) * 0x10 + std::min(version[2], 9);
 }
 
 std::optional<SystemVersionNumbers> parsed(std::string_view text) {
-    SystemVersionNumbers version;
-    std::int32_t* const numbers[] = {&version.major, &version.minor, &version.bugFix};
-    const char* place = text.data();
-    const char* const end = place + text.size();
-    for (std::int32_t* const number : numbers) {
-        if (number != &version.major) {
-            if (place == end && number == &version.bugFix) {
-                break;
-            }
-            if (place == end || *place != '.') {
-                return std::nullopt;
-            }
-            ++place;
-        }
-        const auto [stopped, error] = std::from_chars(place, end, *number);
-        if (error != std::errc() || *number < 0 || *number > kLargest) {
+    SystemVersionNumbers version = {};
+    std::size_t count = 0;
+    while (count < version.size() && (count == 0 || text.starts_with('.'))) {
+        text.remove_prefix(count == 0 ? 0 : 1);
+        std::int32_t& number = version[count++];
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+        if (error != std::errc() || number < 0 || number > kLargest) {
             return std::nullopt;
         }
-        place = stopped;
+        text.remove_prefix(static_cast<std::size_t>(end - text.data()));
     }
-    return place == end ? std::optional(version) : std::nullopt;
+    return count >= 2 && text.empty() ? std::optional(version) : std::nullopt;
 }
 
 } // namespace
@@ -63,28 +55,21 @@ std::int16_t PosixGestalt::ask(std::uint32_t selector, std::int32_t* response) {
             file.text ? systemVersionFromPropertyList(*file.text) : std::nullopt);
     });
     const SystemVersionNumbers numbers = version.value_or(SystemVersionNumbers());
-    std::int32_t answer = 0;
-    switch (selector) {
-    case gestaltSystemVersion:
-        answer = binaryCodedDecimal(numbers);
-        break;
-    case gestaltSystemVersionMajor:
-        answer = numbers.major;
-        break;
-    case gestaltSystemVersionMinor:
-        answer = numbers.minor;
-        break;
-    case gestaltSystemVersionBugFix:
-        answer = numbers.bugFix;
-        break;
-    default:
-        return gestaltUndefSelectorErr;
+    const std::pair<std::uint32_t, std::int32_t> answers[] = {{gestaltSystemVersion, binaryCodedDecimal(numbers)},
+                                                              {gestaltSystemVersionMajor, numbers[0]},
+                                                              {gestaltSystemVersionMinor, numbers[1]},
+                                                              {gestaltSystemVersionBugFix, numbers[2]}};
+    for (const auto& [question, answer] : answers) {
+        if (question != selector) {
+            continue;
+        }
+        if (!version) {
+            return gestaltUnknownErr;
+        }
+        *response = answer;
+        return 0;
     }
-    if (!version) {
-        return gestaltUnknownErr;
-    }
-    *response = answer;
-    return 0;
+    return gestaltUndefSelectorErr;
 }
 
 Gestalt& Gestalt::platform() {

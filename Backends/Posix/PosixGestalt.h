@@ -3,18 +3,15 @@
 #include "Backends/Posix/MadeOnce.h"
 #include "Platform/Gestalt.h"
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string_view>
 
 namespace orvane {
 
-/// The version's three numbers, of which the last may be missing ("10.6").
-struct SystemVersionNumbers {
-    std::int32_t major = 0;
-    std::int32_t minor = 0;
-    std::int32_t bugFix = 0;
-};
+/// The version's three numbers, of which the last may be missing ("10.6") and then is 0.
+using SystemVersionNumbers = std::array<std::int32_t, 3>;
 
 /// The version from a "SystemVersion.plist"; nothing when it is damaged or tells none.
 std::optional<SystemVersionNumbers> systemVersionFromPropertyList(std::string_view text);

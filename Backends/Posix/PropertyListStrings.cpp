@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <utility>
 
 namespace orvane {
@@ -59,10 +60,7 @@ class Reader {
 
     std::optional<Strings> read() {
         Strings strings;
-        if (takePrefix(text_, "<?xml") && !takeUntil(text_, "?>")) {
-            return std::nullopt;
-        }
-        if (!skipBetween()) {
+        if ((takePrefix(text_, "<?xml") && !takeUntil(text_, "?>")) || !skipBetween()) {
             return std::nullopt;
         }
         if (takePrefix(text_, "<!DOCTYPE")) {
@@ -71,7 +69,7 @@ class Reader {
                 return std::nullopt;
             }
         }
-        const bool whole = takeOpening("plist") && takeOpening("dict") && readDictionary(&strings, 0) &&
+        const bool whole = takeOpening("plist") && takeOpening("dict") && readRestOf("dict", 0, &strings) &&
                            takeClosing("plist") && skipBetween() && text_.empty();
         return whole ? std::optional(std::move(strings)) : std::nullopt;
     }
@@ -79,15 +77,13 @@ class Reader {
   private:
     /// Passes over white space and comments.
     bool skipBetween() {
-        while (true) {
+        do {
             text_.remove_prefix(std::min(text_.find_first_not_of(kSpace), text_.size()));
             if (!takePrefix(text_, "<!--")) {
                 return true;
             }
-            if (!takeUntil(text_, "-->")) {
-                return false;
-            }
-        }
+        } while (takeUntil(text_, "-->"));
+        return false;
     }
 
     std::optional<Tag> takeTag() {
@@ -119,10 +115,10 @@ class Reader {
         return tag && tag->name == name && tag->closing;
     }
 
-    /// The characters up to the closing tag of `name`, which is taken too.
-    std::optional<std::string> takeCharacters(std::string_view name) {
+    /// What stands between the tag, which has been taken, and its closing one, which is taken too.
+    std::optional<std::string> charactersOf(const Tag& tag) {
         std::string characters;
-        while (true) {
+        while (!tag.empty) {
             const std::size_t special = text_.find_first_of("<&");
             characters.append(text_.substr(0, special));
             text_.remove_prefix(std::min(special, text_.size()));
@@ -141,9 +137,10 @@ class Reader {
                     return std::nullopt;
                 }
             } else {
-                return takeClosing(name) ? std::optional(std::move(characters)) : std::nullopt;
+                return takeClosing(tag.name) ? std::optional(std::move(characters)) : std::nullopt;
             }
         }
+        return characters;
     }
 
     bool takeReference(std::string& characters) {
@@ -166,69 +163,41 @@ class Reader {
         return character != 0;
     }
 
-    /// The rest of a dictionary, with its closing tag; its texts go to `strings` where that is given.
-    bool readDictionary(Strings* strings, int depth) {
-        while (true) {
-            const std::optional<Tag> tag = takeTag();
-            if (!tag) {
-                return false;
-            }
+    /// The rest of a dictionary or an array, with its closing tag; a dictionary's texts go to `strings` where that is
+    /// given.
+    bool readRestOf(std::string_view container, int depth, Strings* strings = nullptr) {
+        while (std::optional<Tag> tag = takeTag()) {
             if (tag->closing) {
-                return tag->name == "dict";
+                return tag->name == container;
             }
             std::optional<std::string> key;
-            if (tag->name == "key") {
-                key = tag->empty ? std::string() : takeCharacters("key");
+            if (container == "dict") {
+                key = tag->name == "key" ? charactersOf(*tag) : std::nullopt;
+                tag = key ? takeTag() : std::nullopt;
+                if (!tag || tag->closing) {
+                    return false;
+                }
             }
-            const std::optional<Tag> value = key ? takeTag() : std::nullopt;
-            if (!value || value->closing) {
-                return false;
-            }
-            if (strings != nullptr && value->name == "string") {
-                std::optional<std::string> text = value->empty ? std::string() : takeCharacters("string");
+            if (strings != nullptr && tag->name == "string") {
+                std::optional<std::string> text = charactersOf(*tag);
                 if (!text) {
                     return false;
                 }
                 strings->insert_or_assign(std::move(*key), std::move(*text));
-            } else if (!passOver(*value, depth)) {
+            } else if (!passOver(*tag, depth)) {
                 return false;
-            }
-        }
-    }
-
-    /// The rest of a value whose opening tag has been taken.
-    bool passOver(const Tag& tag, int depth) {
-        if (tag.name == "true" || tag.name == "false") {
-            return tag.empty || takeClosing(tag.name);
-        }
-        if (tag.name == "dict" || tag.name == "array") {
-            if (tag.empty) {
-                return true;
-            }
-            return depth < kDeepest &&
-                   (tag.name == "dict" ? readDictionary(nullptr, depth + 1) : passOverArray(depth + 1));
-        }
-        for (const std::string_view name : {"string", "integer", "real", "date", "data"}) {
-            if (tag.name == name) {
-                return tag.empty || takeCharacters(name).has_value();
             }
         }
         return false;
     }
 
-    bool passOverArray(int depth) {
-        while (true) {
-            const std::optional<Tag> tag = takeTag();
-            if (!tag) {
-                return false;
-            }
-            if (tag->closing) {
-                return tag->name == "array";
-            }
-            if (!passOver(*tag, depth)) {
-                return false;
-            }
+    /// The rest of a value whose opening tag has been taken.
+    bool passOver(const Tag& tag, int depth) {
+        if (tag.name == "dict" || tag.name == "array") {
+            return tag.empty || (depth < kDeepest && readRestOf(tag.name, depth + 1));
         }
+        constexpr std::string_view kSimple[] = {"string", "integer", "real", "date", "data", "true", "false"};
+        return std::find(std::begin(kSimple), std::end(kSimple), tag.name) != std::end(kSimple) && charactersOf(tag);
     }
 
     std::string_view text_;

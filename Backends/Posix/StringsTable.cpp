@@ -3,6 +3,8 @@
 #include "Support/OVText.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cstdint>
 #include <optional>
 #include <utility>
 
@@ -14,12 +16,6 @@ constexpr std::string_view kUnquoted = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmn
 
 /// Where a character is expected: none.
 constexpr char32_t kNone = 0xFFFFFFFF;
-
-int digitOf(char c) {
-    constexpr std::string_view kDigits = "0123456789abcdefABCDEF";
-    const std::size_t found = kDigits.find(c);
-    return found == std::string_view::npos ? -1 : static_cast<int>(found < 16 ? found : found - 6);
-}
 
 bool isSurrogate(char32_t unit, char32_t first) {
     return unit >= first && unit <= first + 0x3FF;
@@ -163,12 +159,11 @@ class Reader {
         if (text_.size() < kLength || !text_.starts_with("\\U")) {
             return kNone;
         }
-        char32_t unit = 0;
-        for (const char c : text_.substr(2, kLength - 2)) {
-            if (digitOf(c) < 0) {
-                return kNone;
-            }
-            unit = unit * 16 + static_cast<char32_t>(digitOf(c));
+        std::uint32_t unit = 0;
+        const char* const end = text_.data() + kLength;
+        const auto [stopped, error] = std::from_chars(text_.data() + 2, end, unit, 16);
+        if (error != std::errc() || stopped != end) {
+            return kNone;
         }
         text_.remove_prefix(kLength);
         return unit;
