@@ -51,8 +51,9 @@ bool areWellFormed(const unsigned char* blocks, std::size_t count) {
                            ((current & 0xFE) == 0xC0);
         malformed |= reinterpret_cast<const Block&>(wrong);
     }
-    constexpr Block kNothing = {};
-    return std::memcmp(&malformed, &kNothing, kWidth) == 0;
+    std::uint64_t halves[2];
+    std::memcpy(halves, &malformed, kWidth);
+    return (halves[0] | halves[1]) == 0;
 }
 
 } // namespace

@@ -11,11 +11,7 @@ short newSessionFlag() {
 }
 
 const char* childErrorDescription(int error) {
-#ifdef __GLIBC__
     const char* const text = ::strerrordesc_np(error);
-#else
-    const char* const text = std::strerror(error); // NOLINT(concurrency-mt-unsafe): a table look-up there
-#endif
     return text != nullptr ? text : "Unknown error";
 }
 

@@ -7,9 +7,7 @@
 #include <cstdlib>
 #include <new>
 
-namespace {
-
-void* allocateOrStop(std::size_t size) {
+void* operator new(std::size_t size) {
     void* const memory = std::malloc(size != 0 ? size : 1);
     if (memory == nullptr) {
         std::abort();
@@ -17,21 +15,7 @@ void* allocateOrStop(std::size_t size) {
     return memory;
 }
 
-} // namespace
-
-void* operator new(std::size_t size) {
-    return allocateOrStop(size);
-}
-
-void* operator new[](std::size_t size) {
-    return allocateOrStop(size);
-}
-
 void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-
-void operator delete[](void* memory) noexcept {
     std::free(memory);
 }
 
@@ -39,12 +23,8 @@ void operator delete(void* memory, std::size_t /*size*/) noexcept {
     std::free(memory);
 }
 
-void operator delete[](void* memory, std::size_t /*size*/) noexcept {
-    std::free(memory);
-}
-
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,cert-dcl58-cpp,cert-dcl50-cpp): these are the
-// names by which the library's headers call for an exception, and the compiler for a pure virtual function.
+// NOLINTBEGIN(bugprone-reserved-identifier): these are the names by which the library's headers call for an exception,
+// and the compiler for a pure virtual function.
 extern "C" [[noreturn]] void __cxa_pure_virtual() {
     std::abort();
 }
@@ -76,4 +56,4 @@ namespace std {
 }
 
 } // namespace std
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,cert-dcl58-cpp,cert-dcl50-cpp)
+// NOLINTEND(bugprone-reserved-identifier)

@@ -1,11 +1,12 @@
 #include "Backends/Posix/PosixDescriptors.h"
 
 #include <cerrno>
+#include <charconv>
 #include <cstddef>
-#include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
 #include <limits>
+#include <string_view>
 #include <unistd.h>
 #include <utility>
 
@@ -24,12 +25,12 @@ std::optional<std::vector<int>> inheritableDescriptorsListedIn(const char* folde
     std::vector<int> numbers;
     errno = 0;                                                 // what tells a failure of readdir from the end
     while (const dirent* const entry = ::readdir(directory)) { // NOLINT(concurrency-mt-unsafe)
-        char* end = nullptr;
-        const long number = std::strtol(entry->d_name, &end, 10);
-        if (end != entry->d_name) {
-            numbers.push_back(static_cast<int>(number));
+        const std::string_view name = entry->d_name;
+        int number = 0;
+        if (std::from_chars(name.data(), name.data() + name.size(), number).ec == std::errc()) {
+            numbers.push_back(number);
         }
-        errno = 0; // Darwin's strtol sets it for ".."
+        errno = 0;
     }
     const int error = errno;
     ::closedir(directory);

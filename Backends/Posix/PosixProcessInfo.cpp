@@ -1,13 +1,13 @@
 #include "Backends/Posix/PosixProcessInfo.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
-#include <cerrno>
-#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <iterator>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -17,31 +17,16 @@ namespace {
 
 using RandomBytes = std::array<std::uint8_t, 16>;
 
-bool readRandomDevice(RandomBytes& bytes) {
-    const int device = ::open("/dev/urandom", O_RDONLY | O_CLOEXEC);
-    if (device < 0) {
-        return false;
-    }
-    std::size_t filled = 0;
-    while (filled < bytes.size()) {
-        const ssize_t count = ::read(device, bytes.data() + filled, bytes.size() - filled);
-        if (count > 0) {
-            filled += static_cast<std::size_t>(count);
-        } else if (count == 0 || errno != EINTR) {
-            break;
-        }
-    }
-    ::close(device);
-    return filled == bytes.size();
-}
-
 RandomBytes randomBytes() {
     RandomBytes bytes = {};
-    if (!readRandomDevice(bytes)) {
+    const int device = ::open("/dev/urandom", O_RDONLY | O_CLOEXEC);
+    // So few come in one piece, whatever signals there are.
+    if (device < 0 || ::read(device, bytes.data(), bytes.size()) != std::ssize(bytes)) {
         timeval now = {};
         ::gettimeofday(&now, nullptr);
-        std::memcpy(bytes.data(), &now, sizeof now < bytes.size() ? sizeof now : bytes.size());
+        std::memcpy(bytes.data(), &now, std::min(sizeof now, bytes.size()));
     }
+    ::close(device);
     return bytes;
 }
 
