@@ -59,20 +59,20 @@ bool areWellFormed(const unsigned char* blocks, std::size_t count) {
 } // namespace
 
 bool isValidUTF8(std::string_view bytes) {
-    // The blocks at both ends stand among zeros, so that a character that is cut there shows.
+    // Nothing stands before the first block, and at least one zero behind the last byte, where a cut character shows.
     unsigned char first[kReach + kWidth] = {};
-    unsigned char last[kReach + 2 * kWidth] = {};
+    unsigned char last[kReach + kWidth] = {};
     const auto* const start = reinterpret_cast<const unsigned char*>(bytes.data());
     const std::size_t count = bytes.size() / kWidth;
     const std::size_t rest = bytes.size() % kWidth;
     if (count == 0) {
         std::copy_n(start, rest, last + kReach);
-        return areWellFormed(last + kReach, 2);
+        return areWellFormed(last + kReach, 1);
     }
     std::memcpy(first + kReach, start, kWidth);
     std::memcpy(last, start + bytes.size() - rest - kReach, kReach + rest);
     return areWellFormed(first + kReach, 1) && areWellFormed(start + kWidth, count - 1) &&
-           areWellFormed(last + kReach, 2);
+           areWellFormed(last + kReach, 1);
 }
 
 } // namespace orvane

@@ -432,6 +432,9 @@ TEST(PropertyListStringsTest, WhatIsNoWholeListGivesNothing) {
              "<plist><dict><key>k</key><other>v</other></dict></plist>",
              "<plist><dict><key>k</key><array><key>v</key></array></dict></plist>",
              "<plist><dict><key>k</key><array></dict></array></dict></plist>",
+             "<plist><dict><key>k</key><array></dict></dict></plist>",
+             "<plist><dict><key>k</key></dict></dict></dict></plist>",
+             "<plist><dict><string>k</string><string>v</string></dict></plist>",
              "<plist><dict><key>k</key><true></false></dict></plist>",
              "<!DOCTYPE plist [<!ENTITY k \"v\">]><plist><dict/></plist>",
          }) {

@@ -51,9 +51,10 @@ TEST(ParseMountInfo, DecodesOctalEscapes) {
 }
 
 TEST(ParseMountInfo, LeavesOutWhatIsNoRecord) {
-    for (const char* const line : {"\n", "garbage\n", "36 35 98:0 / /mnt rw shared:1\n",
-                                   "x 35 98:0 / /mnt rw - ext4 s rw\n", "36 35 98:0 / mnt rw - ext4 s rw\n",
-                                   "36 35 98:0 / /mnt rw -\n", "36 35 98:0 / /mnt rw - \n", "36 35 98:0 /\n"}) {
+    for (const char* const line :
+         {"\n", "garbage\n", "36 35 98:0 / /mnt rw shared:1\n", "x 35 98:0 / /mnt rw - ext4 s rw\n",
+          "36 35 98:0 / mnt rw - ext4 s rw\n", "36 35 98:0 / /mnt rw -\n", "36 35 98:0 / /mnt rw - \n",
+          "36 35 98:0 /\n", "36 35 98:0 / /mnt - ext4 s rw\n"}) {
         EXPECT_TRUE(parseMountInfo(line).empty()) << line;
     }
     EXPECT_TRUE(parseMountInfo("").empty());
