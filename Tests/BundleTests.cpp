@@ -17,7 +17,6 @@
 #include <string>
 #include <string_view>
 #include <thread>
-#include <variant>
 #include <vector>
 
 namespace orvane::test {
@@ -311,9 +310,9 @@ TEST(MadeOnceTest, OneMadeTooLateIsThrownAway) {
 // The format of a strings table.
 
 std::optional<std::string> valueIn(std::string_view text, std::string_view key) {
-    const auto result = readStringsTable(text);
-    const auto* const table = std::get_if<StringsTable>(&result);
-    if (table == nullptr) {
+    std::string damage;
+    const auto table = readStringsTable(text, damage);
+    if (!table) {
         return std::nullopt;
     }
     const auto found = table->find(key);
@@ -321,9 +320,8 @@ std::optional<std::string> valueIn(std::string_view text, std::string_view key) 
 }
 
 std::string damageIn(std::string_view text) {
-    const auto result = readStringsTable(text);
-    const auto* const damage = std::get_if<StringsTableDamage>(&result);
-    return damage != nullptr ? std::to_string(damage->line) + ": " + damage->reason : "none";
+    std::string damage;
+    return readStringsTable(text, damage) ? "none" + damage : damage;
 }
 
 TEST(StringsTableTest, CommentsAndSpaceStandAnywhereBetween) {

@@ -150,20 +150,14 @@ std::optional<std::string> PosixBundle::pathForResource(std::string_view name, s
 std::string PosixBundle::localizedString(std::string_view key) {
     const auto load = [this] {
         auto table = std::make_unique<LoadedTable>();
-        const std::optional<std::string> path = pathForResource("Localizable", "strings");
-        if (!path) {
-            return table;
-        }
-        const OVTextFile file = OVTextFile::read(*path);
-        if (!file.text) {
-            table->damage = *path + ": " + file.error;
-            return table;
-        }
-        auto result = readStringsTable(*file.text);
-        if (auto* const entries = std::get_if<StringsTable>(&result)) {
-            table->entries = std::move(*entries);
-        } else if (const auto* const damage = std::get_if<StringsTableDamage>(&result)) {
-            table->damage = *path + ":" + std::to_string(damage->line) + ": " + damage->reason;
+        if (const std::optional<std::string> path = pathForResource("Localizable", "strings")) {
+            const OVTextFile file = OVTextFile::read(*path);
+            std::string damage = " " + file.error;
+            if (auto entries = file.text ? readStringsTable(*file.text, damage) : std::nullopt) {
+                table->entries = std::move(*entries);
+            } else {
+                table->damage = *path + ":" + damage;
+            }
         }
         return table;
     };

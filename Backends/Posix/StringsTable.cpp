@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
-#include <optional>
 #include <utility>
 
 namespace orvane {
@@ -23,9 +22,9 @@ bool isSurrogate(char32_t unit, char32_t first) {
 
 class Reader {
   public:
-    explicit Reader(std::string_view text) : whole_(text), text_(text) {}
+    Reader(std::string_view text, std::string& damage) : whole_(text), text_(text), damage_(damage) {}
 
-    std::variant<StringsTable, StringsTableDamage> read() {
+    std::optional<StringsTable> read() {
         StringsTable table;
         while (skipBetween() && !text_.empty()) {
             std::optional<std::string> key = takeWord("a key is missing");
@@ -46,10 +45,7 @@ class Reader {
             }
             table.insert_or_assign(std::move(*key), std::move(value));
         }
-        if (damage_) {
-            return *damage_;
-        }
-        return table;
+        return damage_.empty() ? std::optional(std::move(table)) : std::nullopt;
     }
 
   private:
@@ -63,8 +59,8 @@ class Reader {
 
     std::nullopt_t damaged(const char* reason) {
         const std::string_view before = whole_.substr(0, whole_.size() - text_.size());
-        damage_ = {.line = static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n')) + 1,
-                   .reason = reason};
+        const auto line = std::count(before.begin(), before.end(), '\n') + 1;
+        damage_ = std::to_string(line) + ": " + reason;
         return std::nullopt;
     }
 
@@ -171,13 +167,14 @@ class Reader {
 
     std::string_view whole_;
     std::string_view text_;
-    std::optional<StringsTableDamage> damage_;
+    std::string& damage_;
 };
 
 } // namespace
 
-std::variant<StringsTable, StringsTableDamage> readStringsTable(std::string_view text) {
-    return Reader(text).read();
+std::optional<StringsTable> readStringsTable(std::string_view text, std::string& damage) {
+    damage.clear();
+    return Reader(text, damage).read();
 }
 
 } // namespace orvane
