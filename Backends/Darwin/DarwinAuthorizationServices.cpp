@@ -21,12 +21,10 @@ static_assert(kAuthorizationToolExecuteFailure == errAuthorizationToolExecuteFai
 
 /// The framework's reference under the name that it has here, and back. Nobody but the framework looks inside.
 AuthorizationReference referenceFrom(AuthorizationRef reference) {
-    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast,cppcoreguidelines-pro-type-reinterpret-cast)
     return reinterpret_cast<AuthorizationReference>(const_cast<AuthorizationOpaqueRef*>(reference));
 }
 
 AuthorizationRef frameworkReference(AuthorizationReference reference) {
-    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast)
     return reinterpret_cast<AuthorizationRef>(reference);
 }
 
@@ -43,7 +41,7 @@ class DarwinAuthorizationServices final : public AuthorizationServices {
 
     std::int32_t copyRights(AuthorizationReference reference, const AuthorizationItem& right,
                             std::uint32_t flags) override {
-        // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): only read, but not declared so
+        // Only read, but not declared so
         ::AuthorizationItem item = {right.name, right.valueLength, const_cast<void*>(right.value), right.flags};
         const AuthorizationRights rights = {1, &item};
         return ::AuthorizationCopyRights(frameworkReference(reference), &rights, kAuthorizationEmptyEnvironment, flags,

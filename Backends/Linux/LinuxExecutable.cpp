@@ -16,7 +16,7 @@ constexpr const char* kSelf = "/proc/self/exe";
 class LinuxExecutable final : public Executable {
   public:
     std::optional<std::string> executablePath() override {
-        std::array<char, PATH_MAX> path; // NOLINT(cppcoreguidelines-pro-type-member-init)
+        std::array<char, PATH_MAX> path = {};
         const ssize_t length = ::readlink(kSelf, path.data(), path.size());
         if (length > 0 && static_cast<std::size_t>(length) < path.size()) {
             return std::string(path.data(), static_cast<std::size_t>(length));

@@ -20,7 +20,7 @@ std::int64_t nanoseconds(const timespec& time) {
 
 /// The start of the process since the machine's, in clock ticks, rounded down: the twenty-second field of its record.
 std::optional<std::int64_t> startTicks() {
-    std::array<char, 1024> record; // NOLINT(cppcoreguidelines-pro-type-member-init)
+    std::array<char, 1024> record = {};
     const int file = ::open("/proc/self/stat", O_RDONLY | O_CLOEXEC);
     const ssize_t size = file == -1 ? -1 : ::read(file, record.data(), record.size());
     ::close(file);
