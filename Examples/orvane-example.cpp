@@ -9,7 +9,6 @@
 #include "Support/ZRSystemVersion.h"
 #include "Tasks/OVMemoryStatistics.h"
 #include "Tasks/OVTaskRunner.h"
-#include "Tasks/OVTaskStatus.h"
 
 #include <algorithm>
 #include <array>

@@ -7,28 +7,21 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstddef>
 #include <cstdlib>
 #include <fcntl.h>
 #include <pwd.h>
+#include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
+#include <utility>
 
 extern char** environ; // NOLINT(readability-redundant-declaration): POSIX leaves it to the program
 
 namespace orvane {
 
 namespace {
-
-constexpr std::string_view kPath = "/usr/bin:/bin:/usr/sbin:/sbin";
-
-/// The home of a user whom the password database does not know: no folder of anybody's.
-constexpr const char* kNoHome = "/";
-
-/// Where a task works: a folder of root's in which systems keep nothing.
-constexpr const char* kEmptyFolder = "/var/empty";
 
 constexpr rlim_t kMebibyte = 1U << 20U;
 
@@ -69,118 +62,52 @@ void cancelTimers() {
     }
 }
 
-/// The first signal of those that no program of the system's gives a meaning of its own.
-constexpr int kFirstRealTimeSignal = 32;
-
-/// Brings one signal back to its default action; ignoring drops a pending one first.
-void resetSignal(int number, bool isPending) {
-    struct sigaction action = {};
-    if (::sigaction(number, nullptr, &action) != 0) {
-        return; // one that the C library keeps for itself
-    }
-    if (isPending) {
-        action.sa_handler = SIG_IGN;
-        ::sigaction(number, &action, nullptr);
-    }
-    if (action.sa_handler != SIG_DFL) {
-        action.sa_handler = SIG_DFL;
-        ::sigaction(number, &action, nullptr);
-    }
-}
-
-/// Ignored and blocked signals outlive exec, and so do pending ones, which must go before they are unblocked. An
-/// ignored real-time signal can wait until something is executed.
+/// Ignored and blocked signals outlive exec, and so do pending ones, which ignoring drops before they are unblocked.
 void resetSignals() {
     // These are macros on some systems, hence no ::.
     sigset_t pending;
     sigemptyset(&pending);
     ::sigpending(&pending);
     for (int number = 1; number < NSIG; ++number) {
-        const bool isPending = sigismember(&pending, number) == 1;
-        if (isPending || number < kFirstRealTimeSignal) {
-            resetSignal(number, isPending);
+        // Refused for those that cannot be changed or that the C library keeps for itself.
+        if (sigismember(&pending, number) == 1) {
+            static_cast<void>(::signal(number, SIG_IGN));
         }
+        static_cast<void>(::signal(number, SIG_DFL));
     }
     sigset_t all;
     sigfillset(&all);
     ::sigprocmask(SIG_UNBLOCK, &all, nullptr); // NOLINT(concurrency-mt-unsafe): there is one thread
 }
 
-void resetRealTimeSignals() {
-    for (int number = kFirstRealTimeSignal; number < NSIG; ++number) {
-        resetSignal(number, false);
-    }
-}
-
 bool isKeptName(std::string_view name) {
-    constexpr std::size_t kLongest = 32;
-    if (name.size() > kLongest) {
-        return false;
-    }
-    if (name == "LANG" || name == "TERM") {
-        return true;
-    }
     constexpr std::string_view kCategory = "LC_";
-    if (!name.starts_with(kCategory) || name.size() == kCategory.size()) {
-        return false;
-    }
-    name.remove_prefix(kCategory.size());
-    return std::all_of(name.begin(), name.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
+    constexpr std::size_t kLongest = 32;
+    return name == "LANG" || name == "TERM" ||
+           (name.starts_with(kCategory) && name.size() > kCategory.size() && name.size() <= kLongest &&
+            name.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ", kCategory.size()) == std::string_view::npos);
 }
 
-/// The environment that the tool's commands see. `environ` points into it until the process ends; it has room of its
-/// own so that nothing of it is anywhere else.
-class Environment {
-  public:
-    static Environment& shared() {
-        static constinit Environment environment;
-        return environment;
+/// Sets a variable that is not there yet.
+void addVariable(const std::string& name, const char* value) {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is one thread
+    if (::setenv(name.c_str(), value, 0) != 0) {
+        refuse("cannot set the environment");
     }
+}
 
-    /// Adds a variable that is not there yet, as far as there is room.
-    void add(std::string_view name, std::string_view value) {
-        const std::size_t size = name.size() + 1 + value.size() + 1;
-        if (count_ + 1 >= pointers_.size() || size > text_.size() - used_ || has(name)) {
-            return;
-        }
-        char* const entry = text_.data() + used_;
-        char* end = std::copy(name.begin(), name.end(), entry);
-        *end++ = '=';
-        end = std::copy(value.begin(), value.end(), end);
-        *end = '\0';
-        used_ += size;
-        pointers_[count_++] = entry;
-    }
-
-    void install() { environ = pointers_.data(); }
-
-  private:
-    [[nodiscard]] bool has(std::string_view name) const {
-        return std::any_of(pointers_.data(), pointers_.data() + count_, [&](const char* entry) {
-            const std::string_view other = entry;
-            return other.starts_with(name) && other.substr(name.size()).starts_with('=');
-        });
-    }
-
-    // What is always touched stands together.
-    std::size_t count_ = 0;
-    std::size_t used_ = 0;
-    std::array<char*, 64> pointers_ = {}; ///< the last one is always null
-    std::array<char, 16384> text_ = {};
-};
-
-void addKeptValues(Environment& environment) {
-    int left = 32; // more than there are; the account must find room
-    for (char** entry = environ; entry != nullptr && *entry != nullptr && left > 0; ++entry) {
+/// The tool's commands see a path of the system's folders and the caller's names of locale and terminal.
+void rebuildEnvironment() {
+    // More than there are. Without a limit the caller could leave too little room for a command's own arguments.
+    int left = 32;
+    static constinit char* nothing = nullptr;
+    char** const callers = std::exchange(environ, &nothing);
+    addVariable("PATH", "/usr/bin:/bin:/usr/sbin:/sbin");
+    for (char** entry = callers; entry != nullptr && *entry != nullptr && left > 0; ++entry) {
         const std::string_view text = *entry;
-        const std::size_t equals = text.find('=');
-        if (equals == std::string_view::npos) {
-            continue;
-        }
-        const std::string_view name = text.substr(0, equals);
-        const std::string_view value = text.substr(equals + 1);
-        if (isKeptName(name) && isHarmlessEnvironmentValue(value)) {
-            environment.add(name, value);
+        const std::string_view name = text.substr(0, text.find('='));
+        if (name.size() < text.size() && isKeptName(name) && isHarmlessEnvironmentValue(text.substr(name.size() + 1))) {
+            addVariable(std::string(name), *entry + name.size() + 1);
             --left;
         }
     }
@@ -198,15 +125,6 @@ void raiseLimit(const Limit& limit) {
         if (::setrlimit(limit.resource, &best) == 0) {
             return;
         }
-    }
-}
-
-/// A caller's low limit must not cut a list or a file short in the middle of a task.
-void raiseLimits() {
-    const rlimit noCore = {0, 0};
-    ::setrlimit(RLIMIT_CORE, &noCore);
-    for (const Limit& limit : kLimits) {
-        raiseLimit(limit);
     }
 }
 
@@ -246,12 +164,6 @@ void secureDescriptors() {
     }
 }
 
-void leaveCallersFolder() {
-    if (!enterEmptyFolder() && ::chdir("/") != 0) {
-        refuse("cannot leave the caller's folder");
-    }
-}
-
 } // namespace
 
 uid_t secureProcessFromCaller() {
@@ -261,16 +173,16 @@ uid_t secureProcessFromCaller() {
     }
     cancelTimers();
     resetSignals();
-
-    Environment& environment = Environment::shared();
-    environment.add("PATH", kPath);
-    addKeptValues(environment);
-    environment.install();
-
-    raiseLimits();
+    // A caller's low limit must not cut a list or a file short in the middle of a task.
+    const rlimit noCore = {0, 0};
+    ::setrlimit(RLIMIT_CORE, &noCore);
+    std::for_each(kLimits.begin(), kLimits.end(), raiseLimit);
+    rebuildEnvironment();
     secureDescriptors();
     ::umask(022);
-    leaveCallersFolder();
+    if (!enterEmptyFolder() && ::chdir("/") != 0) {
+        refuse("cannot leave the caller's folder");
+    }
     return realUserID;
 }
 
@@ -279,40 +191,37 @@ void prepareForTask(uid_t realUserID) {
         return;
     }
     refuseLowLimits();
-    resetRealTimeSignals();
-    Environment& environment = Environment::shared();
     const passwd* const account = ::getpwuid(realUserID); // NOLINT(concurrency-mt-unsafe): there is one thread
     const bool hasHome = account != nullptr && account->pw_dir != nullptr && account->pw_dir[0] == '/';
-    environment.add("HOME", hasHome ? account->pw_dir : kNoHome);
+    addVariable("HOME", hasHome ? account->pw_dir : "/"); // else no folder of anybody's
     if (account != nullptr && account->pw_name != nullptr) {
-        environment.add("USER", account->pw_name);
-        environment.add("LOGNAME", account->pw_name);
+        addVariable("USER", account->pw_name);
+        addVariable("LOGNAME", account->pw_name);
     }
 }
 
 bool isHarmlessEnvironmentValue(std::string_view value) {
     constexpr std::size_t kLongest = 64;
-    constexpr std::string_view kPunctuation = "._-+@";
+    constexpr std::string_view kPlain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789._-+@";
     return !value.empty() && value.size() <= kLongest && value.front() != '.' &&
-           std::all_of(value.begin(), value.end(), [&](char c) {
-               return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-                      kPunctuation.find(c) != std::string_view::npos;
-           });
+           value.find_first_not_of(kPlain) == std::string_view::npos;
 }
 
 bool enterEmptyFolder() {
     struct stat here = {};
-    return ::chdir(kEmptyFolder) == 0 && ::stat(".", &here) == 0 && here.st_uid == 0 &&
+    return ::chdir("/var/empty") == 0 && ::stat(".", &here) == 0 && here.st_uid == 0 &&
            (here.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
 bool holdsShellCharacter(std::string_view text) {
-    for (std::size_t index = 0; index < text.size(); ++index) {
+    const auto isControl = [&](std::size_t index) {
         const auto c = static_cast<unsigned char>(text[index]);
         const auto next = static_cast<unsigned char>(index + 1 < text.size() ? text[index + 1] : 0);
-        const bool isControl = c < 0x20 || c == 0x7F || (c == 0xC2 && next >= 0x80 && next <= 0x9F);
+        return c < 0x20 || c == 0x7F || (c == 0xC2 && next >= 0x80 && next <= 0x9F);
+    };
+    for (std::size_t index = 0; index < text.size(); ++index) {
         // The one line of that kind puts what stands between double quotes between single quotes as well.
-        if (isControl || c == '"' || c == '\'' || c == '$' || c == '`' || c == '\\') {
+        if (isControl(index) || std::string_view("\"'$`\\").find(text[index]) != std::string_view::npos) {
             return true;
         }
     }

@@ -1,6 +1,5 @@
 #include "Helper Tool/OwnExecutable.h"
 
-#include "Support/OVAssert.h"
 #include "Support/OVLog.h"
 #include "Support/OVPath.h"
 
@@ -30,8 +29,7 @@ bool mayBeAtOrAfter(const timespec& change, const timespec& other) {
 } // namespace
 
 OwnExecutable::OwnExecutable(SystemCalls& calls, Executable& executable, Process& process)
-    : calls_(calls), executable_(executable), process_(process), path_(executable.executablePath()),
-      user_(calls.getuid()) {}
+    : File(executable.executablePath(), calls), executable_(executable), process_(process), user_(calls.getuid()) {}
 
 std::int32_t OwnExecutable::take() {
     descriptor_ = executable_.openExecutable();
@@ -46,8 +44,7 @@ std::int32_t OwnExecutable::take() {
     calls_.sigprocmask(SIG_BLOCK, &all, &signals_);
     isOutOfReach_ = true;
     if (calls_.setreuid(kRoot, kRoot) != 0) {
-        const std::int32_t error = errno;
-        return refuse(error, "the process cannot leave its user's reach, the file is left as it is");
+        return refuse(errno, "the process cannot leave its user's reach, the file is left as it is");
     }
     if (!isAsAtStart()) {
         return refuse(EAGAIN, "the file has just been changed (since this process was started, or right before), it is "
@@ -67,14 +64,15 @@ bool OwnExecutable::isAsAtStart() {
 }
 
 int OwnExecutable::chown(uid_t owner, gid_t group) {
-    return descriptor_ != -1 ? calls_.fchown(descriptor_, owner, group) : calls_.chown(path_->c_str(), owner, group);
+    return descriptor_ != -1 ? calls_.fchown(descriptor_, owner, group) : File::chown(owner, group);
 }
 
 int OwnExecutable::chmod(mode_t mode) {
-    return descriptor_ != -1 ? calls_.fchmod(descriptor_, mode) : calls_.chmod(path_->c_str(), mode);
+    return descriptor_ != -1 ? calls_.fchmod(descriptor_, mode) : File::chmod(mode);
 }
 
 void OwnExecutable::release() {
+    const int error = errno;
     if (descriptor_ != -1) {
         calls_.close(descriptor_);
     }
@@ -83,11 +81,12 @@ void OwnExecutable::release() {
         OVAssert(err == 0, "OwnExecutable::release");
         calls_.sigprocmask(SIG_SETMASK, &signals_, nullptr);
     }
+    errno = error;
 }
 
 std::int32_t OwnExecutable::refuse(std::int32_t error, const char* reason) {
     release();
-    OVLog("%s: %s", lastPathComponent(path_->c_str()).c_str(), reason);
+    OVLog("%s: %s", lastPathComponent(path()).c_str(), reason);
     return error;
 }
 

@@ -6,12 +6,11 @@
 #include "Platform/SystemCalls.h"
 
 #include <csignal>
-#include <optional>
-#include <string>
 
 namespace orvane {
 
-/// The tool's own executable, whose state "repairPriviliges" and "surrenderPriviliges" change.
+/// The tool's own executable, whose state "repairPriviliges" and "surrenderPriviliges" change; its path is the
+/// kernel's.
 ///
 /// Whoever starts the tool can hold it up at any moment: by a standard error that nobody reads, by a stop signal. What
 /// he was allowed to do when he started it he may no longer be allowed to do when he lets it go. So for a real user
@@ -22,9 +21,6 @@ class OwnExecutable final : public SUIDRoot::File {
   public:
     explicit OwnExecutable(SystemCalls& calls = SystemCalls::platform(), Executable& executable = Executable::current(),
                            Process& process = Process::current());
-
-    /// From the kernel; null when that cannot tell.
-    const char* path() override { return path_ ? path_->c_str() : nullptr; }
 
     /// Opens the executed file and, for a real user other than root, takes the process out of his reach, then looks.
     /// From the look to `release` nothing can wait: nothing is logged, every signal is blocked that can be, and root in
@@ -42,10 +38,8 @@ class OwnExecutable final : public SUIDRoot::File {
     [[nodiscard]] bool isAsAtStart();
     std::int32_t refuse(std::int32_t error, const char* reason);
 
-    SystemCalls& calls_;
     Executable& executable_;
     Process& process_;
-    const std::optional<std::string> path_;
     const uid_t user_;
     int descriptor_ = -1; ///< the executed file; -1: by its path
     bool isOutOfReach_ = false;

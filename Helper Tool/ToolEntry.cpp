@@ -8,26 +8,20 @@
 #include "Support/OVLog.h"
 #include "Support/OVText.h"
 
-#include <cerrno>
 #include <cstdlib>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace orvane {
 
 namespace {
 
-constexpr std::string_view kRepairWord = "repairPriviliges";
-constexpr std::string_view kSurrenderWord = "surrenderPriviliges";
-
 [[noreturn]] void finish(int status) {
     std::exit(status); // NOLINT(concurrency-mt-unsafe): there is one thread
 }
 
-/// `stringWithUTF8String:` of one word; a word that is no text ends the process before anything is run for
-/// it.
+/// `stringWithUTF8String:` of one word; a word that is no text ends the process before anything is run for it.
 std::string textOfWord(const char* const argv[], int index) {
     std::string word = argv[index];
     if (!isValidUTF8(word)) {
@@ -53,7 +47,7 @@ void setupPriviliges(int argc, const char* const argv[]) {
         finish(EXIT_SUCCESS);
     }
     const std::string word = textOfWord(argv, 1);
-    if (word == kRepairWord) {
+    if (word == "repairPriviliges") {
         OwnExecutable executable(calls); // only here: a task would pay for the look-up
         OVLog("Command-line tool: runMain: repairing priviliges for %s", shown(executable.path()));
         const std::int32_t error = SUIDRoot::setSUIDRoot(executable, calls);
@@ -62,7 +56,7 @@ void setupPriviliges(int argc, const char* const argv[]) {
         }
         finish(error);
     }
-    if (word == kSurrenderWord) {
+    if (word == "surrenderPriviliges") {
         OwnExecutable executable(calls); // only here: a task would pay for the look-up
         OVLog("Command-line tool: surrendering priviliges for %s", shown(executable.path()));
         const std::int32_t error = SUIDRoot::surrenderSUIDRoot(executable, calls);
@@ -86,23 +80,22 @@ std::int32_t toolMain(int argc, const char* const argv[], uid_t realUserID) {
     for (int index = 2; index < argc && argv[index] != nullptr; ++index) {
         arguments.push_back(textOfWord(argv, index));
     }
-    if (realUserID != 0 && OrvaneTool::putsArgumentIntoShellLine(taskName) && !arguments.empty() &&
+    const std::optional<TaskInput> input = OrvaneTool::inputOfTask(taskName);
+    if (realUserID != 0 && input == TaskInput::shellText && !arguments.empty() &&
         holdsShellCharacter(arguments.front())) {
-        OVLog("Command-line tool: %s: the argument holds a character that a root shell would act on, nothing "
-              "was run",
+        OVLog("Command-line tool: %s: the argument holds a character that a root shell would act on, nothing was run",
               taskName.c_str());
         return EXIT_FAILURE;
     }
-    if (OrvaneTool::knowsTask(taskName)) {
+    if (input) {
         prepareForTask(realUserID);
     }
-    if (OrvaneTool::deletesByNames(taskName) && !enterEmptyFolder()) {
+    if (input == TaskInput::names && !enterEmptyFolder()) {
         OVLog("Command-line tool: %s: there is no empty folder of root's to work in, nothing was run",
               taskName.c_str());
         return EXIT_FAILURE;
     }
-    OrvaneTool tool(SystemCalls::platform());
-    return tool.runTask(taskName, arguments);
+    return OrvaneTool().runTask(taskName, arguments);
 }
 
 } // namespace orvane

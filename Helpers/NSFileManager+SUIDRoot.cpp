@@ -1,11 +1,9 @@
 #include "Helpers/NSFileManager+SUIDRoot.h"
 
-#include "Support/OVAssert.h"
 #include "Support/OVLog.h"
 #include "Support/OVPath.h"
 
 #include <cerrno>
-#include <string>
 
 namespace orvane::SUIDRoot {
 
@@ -13,38 +11,20 @@ namespace {
 
 constexpr uid_t kRoot = 0;
 constexpr auto kGroupUnchanged = static_cast<gid_t>(-1);
+constexpr mode_t kPermissions = 07777;
 
 /// The regular-file type bits come along as they always have; chmod applies the permission bits alone.
 constexpr mode_t kInstalledMode = S_IFREG | 04555;
 constexpr mode_t kSurrenderedMode = 0500;
 
-/// The file that the path names when it is changed.
-class NamedFile final : public File {
-  public:
-    NamedFile(const char* path, SystemCalls& calls) : path_(path), calls_(calls) {}
-
-    const char* path() override { return path_; }
-    std::int32_t take() override { return 0; }
-    int chown(uid_t owner, gid_t group) override { return calls_.chown(path_, owner, group); }
-    int chmod(mode_t mode) override { return calls_.chmod(path_, mode); }
-    void release() override {}
-
-  private:
-    const char* path_;
-    SystemCalls& calls_;
-};
-
-/// What a change that failed left in `errno`, with the file let go before anything is logged.
-std::int32_t releasedAfterError(File& file) {
-    const std::int32_t error = errno;
-    file.release();
-    return error;
+File fileAt(const char* path, SystemCalls& calls) {
+    return {path != nullptr ? std::optional<std::string>(path) : std::nullopt, calls};
 }
 
 } // namespace
 
 std::int32_t setSUIDRoot(const char* path, SystemCalls& calls) {
-    NamedFile file(path, calls);
+    File file = fileAt(path, calls);
     return setSUIDRoot(file, calls);
 }
 
@@ -55,9 +35,8 @@ std::int32_t setSUIDRoot(File& file, SystemCalls& calls) {
     const std::string name = lastPathComponent(aPath);
 
     if (calls.seteuid(kRoot) != 0) {
-        const int error = errno;
-        OVLog("%s: error %d switching to priviliged uid", name.c_str(), error);
-        return error;
+        OVLog("%s: error %d switching to priviliged uid", name.c_str(), errno);
+        return errno; // the log has kept it, here and below
     }
     // From here on a failure deliberately leaves the effective user id at root: the switch back belongs to success.
     if (const std::int32_t error = file.take(); error != 0) {
@@ -65,14 +44,14 @@ std::int32_t setSUIDRoot(File& file, SystemCalls& calls) {
     }
     // The owner first: the bit must only ever stand on a file that root already owns.
     if (file.chown(kRoot, kGroupUnchanged) != 0) {
-        const std::int32_t error = releasedAfterError(file);
+        file.release();
         OVLog("%s: error changing owner to root", name.c_str());
-        return error;
+        return errno;
     }
     if (file.chmod(kInstalledMode) != 0) {
-        const std::int32_t error = releasedAfterError(file);
+        file.release();
         OVLog("%s: error changing permissions to setuid", name.c_str());
-        return error;
+        return errno;
     }
     file.release();
     const int err = calls.seteuid(calls.getuid());
@@ -81,7 +60,7 @@ std::int32_t setSUIDRoot(File& file, SystemCalls& calls) {
 }
 
 std::int32_t surrenderSUIDRoot(const char* path, SystemCalls& calls) {
-    NamedFile file(path, calls);
+    File file = fileAt(path, calls);
     return surrenderSUIDRoot(file, calls);
 }
 
@@ -93,36 +72,33 @@ std::int32_t surrenderSUIDRoot(File& file, SystemCalls& calls) {
     const uid_t user = calls.getuid(); // a file that is taken may change it for that while
 
     if (calls.seteuid(kRoot) != 0) {
-        const int error = errno;
         OVLog("%s: error switching to euid 0", name.c_str());
-        return error;
+        return errno;
     }
     if (const std::int32_t error = file.take(); error != 0) {
         return error;
     }
     // The mode first: the bit must be gone before the file is the user's.
     if (file.chmod(kSurrenderedMode) != 0) {
-        const std::int32_t error = releasedAfterError(file);
-        OVLog("%s: error %d reverting setuid", name.c_str(), error);
-        return error;
+        file.release();
+        OVLog("%s: error %d reverting setuid", name.c_str(), errno);
+        return errno;
     }
     if (file.chown(user, kGroupUnchanged) != 0) {
-        const std::int32_t error = releasedAfterError(file);
+        file.release();
         OVLog("%s: error changing owner to actual user id", name.c_str());
-        return error;
+        return errno;
     }
     file.release();
     if (calls.seteuid(user) != 0) {
-        const int error = errno;
-        OVLog("%s: error %d switching back from effective user root", name.c_str(), error);
-        return error;
+        OVLog("%s: error %d switching back from effective user root", name.c_str(), errno);
+        return errno;
     }
     return 0;
 }
 
 bool isInstalled(const struct stat& status) {
-    return status.st_uid == kRoot &&
-           (status.st_mode & ~static_cast<mode_t>(S_IFMT)) == (kInstalledMode & ~static_cast<mode_t>(S_IFMT));
+    return status.st_uid == kRoot && (status.st_mode & kPermissions) == (kInstalledMode & kPermissions);
 }
 
 bool isSetUIDRoot(const char* path, SystemCalls& calls) {

@@ -1,12 +1,12 @@
 #include "Support/OVFile.h"
 
-#include "Support/OVPath.h"
+#include "Support/OVText.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
@@ -16,7 +16,7 @@ namespace orvane {
 
 namespace {
 
-/// Large enough that a write costs little beside its bytes, small beside any list worth buffering.
+/// Large enough that a write costs little beside its bytes.
 constexpr std::size_t kBufferSize = 65536;
 
 /// How many names for the new file are tried: files of an earlier process with the same id may lie about.
@@ -59,10 +59,32 @@ class FileSizeSignalBlocked {
 /// A short name, so that one as long as the system allows can still be written.
 std::string newName() {
     static constinit std::atomic<unsigned> counter{0};
-    std::array<char, 48> name = {};
-    static_cast<void>(
-        std::snprintf(name.data(), name.size(), ".orvane-%ld-%u", static_cast<long>(::getpid()), counter.fetch_add(1)));
-    return name.data();
+    return ".orvane-" + std::to_string(::getpid()) + '-' + std::to_string(counter.fetch_add(1));
+}
+
+template <typename Call> auto whileInterrupted(const Call& call) {
+    auto result = call();
+    while (result == -1 && errno == EINTR) {
+        result = call();
+    }
+    return result;
+}
+
+/// Adds the file's bytes. Returns 0 or the `errno` of the call that failed.
+std::int32_t readAll(const std::string& path, std::string& bytes, SystemCalls& calls) {
+    const int file = whileInterrupted([&] { return calls.open(path.c_str(), O_RDONLY | O_CLOEXEC, 0); });
+    if (file == -1) {
+        return errno;
+    }
+    std::array<char, 4096> buffer = {};
+    ssize_t count = 0;
+    do {
+        count = whileInterrupted([&] { return calls.read(file, buffer.data(), buffer.size()); });
+        bytes.append(buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    } while (count > 0);
+    const std::int32_t error = count == 0 ? 0 : errno;
+    calls.close(file);
+    return error;
 }
 
 // There are two functions of the name strerror_r: one returns the text, the other whether it has written one.
@@ -70,12 +92,7 @@ std::string newName() {
     return text;
 }
 [[maybe_unused]] std::string described(int error, const char* room) {
-    return error == 0 ? std::string(room) : "Unknown error";
-}
-
-std::string folderOf(std::string_view path) {
-    const std::size_t slash = path.rfind('/');
-    return slash == std::string_view::npos ? std::string() : std::string(path.substr(0, slash + 1));
+    return error == 0 ? room : "Unknown error";
 }
 
 } // namespace
@@ -90,30 +107,25 @@ OVAtomicFile::~OVAtomicFile() {
 }
 
 void OVAtomicFile::create() {
-    const std::string folder = folderOf(path_);
-    for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
+    const std::string folder = path_.substr(0, path_.rfind('/') + 1); // "" without a slash
+    for (int attempt = 0; attempt < kNameAttempts && descriptor_ == -1; ++attempt) {
         newPath_ = folder + newName();
-        do {
-            descriptor_ = calls_.open(newPath_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode_);
-        } while (descriptor_ < 0 && errno == EINTR);
-        if (descriptor_ >= 0) {
-            exists_ = true;
-            buffer_.reserve(kBufferSize);
-            return;
-        }
-        if (errno != EEXIST) {
+        descriptor_ = whileInterrupted(
+            [&] { return calls_.open(newPath_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode_); });
+        if (descriptor_ == -1 && errno != EEXIST) {
             break;
         }
     }
-    fail(errno);
+    exists_ = descriptor_ != -1;
+    if (!exists_) {
+        fail(errno);
+    }
 }
 
 void OVAtomicFile::append(std::string_view bytes) {
-    while (error_ == 0 && !bytes.empty()) {
-        const std::string_view part = bytes.substr(0, kBufferSize - buffer_.size());
-        buffer_.append(part);
-        bytes.remove_prefix(part.size());
-        if (buffer_.size() == kBufferSize) {
+    if (error_ == 0) {
+        buffer_.append(bytes);
+        if (buffer_.size() >= kBufferSize) {
             flush();
         }
     }
@@ -122,47 +134,30 @@ void OVAtomicFile::append(std::string_view bytes) {
 void OVAtomicFile::flush() {
     const FileSizeSignalBlocked blocked;
     std::string_view rest = buffer_;
-    while (!rest.empty()) {
-        const ssize_t written = calls_.write(descriptor_, rest.data(), rest.size());
+    while (error_ == 0 && !rest.empty()) {
+        const ssize_t written = whileInterrupted([&] { return calls_.write(descriptor_, rest.data(), rest.size()); });
         if (written > 0) {
             rest.remove_prefix(static_cast<std::size_t>(written));
-        } else if (written == 0) {
-            fail(ENOSPC); // a file that takes nothing and gives no reason
-            return;
-        } else if (errno != EINTR) {
-            fail(errno);
-            return;
+        } else {
+            fail(written == 0 ? ENOSPC : errno); // a file that takes nothing gives no reason
         }
     }
     buffer_.clear();
 }
 
 std::int32_t OVAtomicFile::commit() {
-    if (error_ == 0) {
-        flush();
+    flush();
+    if (error_ == 0 && whileInterrupted([&] { return calls_.fsync(descriptor_); }) != 0) {
+        fail(errno);
     }
-    int result = 0;
-    if (error_ == 0) {
-        do {
-            result = calls_.fsync(descriptor_);
-        } while (result != 0 && errno == EINTR);
-        if (result != 0) {
-            fail(errno);
-        }
+    // An interrupted close has closed; a second one could hit a descriptor that another thread just got.
+    if (error_ == 0 && calls_.close(std::exchange(descriptor_, -1)) != 0 && errno != EINTR) {
+        fail(errno);
     }
-    if (error_ == 0) {
-        // An interrupted close has closed; a second one could hit a descriptor that another thread just got.
-        if (calls_.close(std::exchange(descriptor_, -1)) != 0 && errno != EINTR) {
-            fail(errno);
-        }
+    if (error_ == 0 && calls_.rename(newPath_.c_str(), path_.c_str()) != 0) {
+        fail(errno);
     }
-    if (error_ == 0) {
-        if (calls_.rename(newPath_.c_str(), path_.c_str()) == 0) {
-            exists_ = false;
-        } else {
-            fail(errno);
-        }
-    }
+    exists_ = false; // ours no longer, or removed
     return error_;
 }
 
@@ -170,12 +165,21 @@ void OVAtomicFile::fail(std::int32_t error) {
     if (error_ == 0) {
         error_ = error;
     }
-    if (descriptor_ >= 0) {
+    if (descriptor_ != -1) {
         calls_.close(std::exchange(descriptor_, -1));
     }
     if (std::exchange(exists_, false)) {
         calls_.unlink(newPath_.c_str());
     }
+}
+
+OVTextFile OVTextFile::read(const std::optional<std::string>& path, SystemCalls& calls) {
+    std::string bytes;
+    if (const std::int32_t error = path ? readAll(*path, bytes, calls) : ENOENT; error != 0) {
+        return {.text = std::nullopt, .error = errorDescription(error)};
+    }
+    auto text = textFromData(bytes);
+    return {.text = text, .error = text ? "" : "The text is in none of the encodings UTF-8, UTF-16 and UTF-32"};
 }
 
 std::string errorDescription(std::int32_t error) {

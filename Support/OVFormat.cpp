@@ -10,19 +10,20 @@ namespace orvane {
 
 namespace {
 
-/// No display is wider; what asks for more is a mistake.
-constexpr int kWidest = 99;
+/// No display needs more digits for a width or a precision; what asks for more is a mistake. Nor are there more flags.
+constexpr std::size_t kMostDigits = 2;
+constexpr std::size_t kMostFlags = 6;
 
-/// Room for the longest number: all digits of the largest double, a sign, a separator and `kWidest` decimals.
+/// Room for the longest number: all digits of the largest double, a sign, a separator and 99 decimals.
 constexpr std::size_t kNumberRoom = 512;
 
 constexpr std::string_view kDigits = "0123456789";
 
 /// What stands between "%" and its letter, without the position.
 struct Conversion {
-    std::array<char, 32> printfFormat = {}; ///< as `snprintf` takes it, length modifiers left out
-    bool plain = false;                     ///< neither flags nor width nor precision nor length
-    char type = 0;
+    std::string printfFormat; ///< as `snprintf` takes it, length modifiers left out
+    char type;
+    bool plain; ///< neither flags nor width nor precision nor length
 };
 
 /// Takes the characters of `set` from the front of `text`.
@@ -32,43 +33,26 @@ std::string_view take(std::string_view& text, std::string_view set) {
     return taken;
 }
 
-bool isAtMost(std::string_view digits, int limit) {
-    int value = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-    return digits.empty() || (error == std::errc() && value <= limit);
-}
-
 /// Reads what follows a "%" up to its letter. Nothing for what is cut off, too wide or too long.
 std::optional<Conversion> takeConversion(std::string_view& text) {
-    Conversion result;
     const std::string_view start = text;
     const std::string_view flags = take(text, "-+ #0'");
     const std::string_view width = take(text, kDigits);
     std::string_view precision;
-    const bool hasPrecision = text.starts_with('.');
-    if (hasPrecision) {
+    if (text.starts_with('.')) {
         text.remove_prefix(1);
         precision = take(text, kDigits);
     }
-    const std::size_t numbers = start.size() - text.size();
+    std::string format = "%" + std::string(start.substr(0, start.size() - text.size()));
+    std::erase(format, '\''); // groups of digits are not asked of the C library, whose locale is not the user's
     take(text, "hlqjztL");
-    result.plain = text.size() == start.size();
-    if (text.empty() || flags.size() > 6 || !isAtMost(width, kWidest) || !isAtMost(precision, kWidest) ||
-        numbers > result.printfFormat.size() - 3) {
+    if (text.empty() || flags.size() > kMostFlags || width.size() > kMostDigits || precision.size() > kMostDigits) {
         return std::nullopt;
     }
-    result.type = text.front();
+    const char type = text.front();
+    const bool plain = text.size() == start.size();
     text.remove_prefix(1);
-
-    std::size_t length = 0;
-    result.printfFormat[length++] = '%';
-    for (const char c : start.substr(0, numbers)) {
-        if (c != '\'') { // groups of digits are not asked of the C library, whose locale is not the user's
-            result.printfFormat[length++] = c;
-        }
-    }
-    result.printfFormat[length] = result.type;
-    return result;
+    return Conversion{format + type, type, plain};
 }
 
 /// Copies the format, and puts in what `render` makes of each conversion.
@@ -76,29 +60,23 @@ template <typename Render> std::optional<std::string> filled(std::string_view fo
     std::string result;
     int plainOnes = 0;
     int numberedOnes = 0;
-    while (true) {
-        const std::size_t percent = format.find('%');
+    for (std::size_t percent = 0; (percent = format.find('%')) != std::string_view::npos;) {
         result.append(format.substr(0, percent));
-        if (percent == std::string_view::npos) {
-            break;
-        }
         format.remove_prefix(percent + 1);
         if (format.starts_with('%')) {
             result.push_back('%');
             format.remove_prefix(1);
             continue;
         }
-        if (format.starts_with("1$")) {
-            format.remove_prefix(2);
-            ++numberedOnes;
-        } else {
-            ++plainOnes;
-        }
+        const bool isNumbered = format.starts_with("1$");
+        format.remove_prefix(isNumbered ? 2 : 0);
+        ++(isNumbered ? numberedOnes : plainOnes);
         const std::optional<Conversion> conversion = takeConversion(format);
         if (!conversion || !render(*conversion, result)) {
             return std::nullopt;
         }
     }
+    result.append(format);
     // A second unnumbered one would ask for a second value.
     const bool oneValue = plainOnes == 0 || (plainOnes == 1 && numberedOnes == 0);
     return oneValue ? std::optional(std::move(result)) : std::nullopt;
@@ -108,7 +86,7 @@ template <typename Value> std::string printed(const Conversion& conversion, Valu
     std::array<char, kNumberRoom> room = {};
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral" // put together above, of one conversion that fits the value
-    static_cast<void>(std::snprintf(room.data(), room.size(), conversion.printfFormat.data(), value));
+    static_cast<void>(std::snprintf(room.data(), room.size(), conversion.printfFormat.c_str(), value));
 #pragma GCC diagnostic pop
     return room.data();
 }
@@ -121,6 +99,21 @@ void setDecimalSeparator(std::string& number, std::string_view separator) {
     }
     const std::size_t end = number.find_first_of(" 0123456789eE", start);
     number.replace(start, end == std::string::npos ? end : end - start, separator);
+}
+
+/// The same for conversions of these types to a number.
+template <typename Render>
+std::optional<std::string> filledWithNumber(std::string_view format, std::string_view types, std::string_view zeroDigit,
+                                            const Render& render) {
+    return filled(format, [&](const Conversion& conversion, std::string& result) {
+        if (types.find(conversion.type) == std::string_view::npos) {
+            return false;
+        }
+        std::string number = render(conversion);
+        localizeDigits(number, zeroDigit);
+        result.append(number);
+        return true;
+    });
 }
 
 } // namespace
@@ -137,31 +130,20 @@ std::optional<std::string> stringWithFormat(std::string_view format, std::string
 
 std::optional<std::string> localizedStringWithFormat(std::string_view format, std::int32_t argument,
                                                      std::string_view zeroDigit) {
-    return filled(format, [&](const Conversion& conversion, std::string& result) {
-        if (std::string_view("diu").find(conversion.type) == std::string_view::npos) {
-            return false;
-        }
-        std::string number = conversion.type == 'u' ? printed(conversion, static_cast<std::uint32_t>(argument))
-                                                    : printed(conversion, argument);
-        localizeDigits(number, zeroDigit);
-        result.append(number);
-        return true;
+    return filledWithNumber(format, "diu", zeroDigit, [&](const Conversion& conversion) {
+        return conversion.type == 'u' ? printed(conversion, static_cast<std::uint32_t>(argument))
+                                      : printed(conversion, argument);
     });
 }
 
 std::optional<std::string> localizedStringWithFormat(std::string_view format, double argument,
                                                      std::string_view decimalSeparator, std::string_view zeroDigit) {
-    return filled(format, [&](const Conversion& conversion, std::string& result) {
-        if (std::string_view("fFeEgG").find(conversion.type) == std::string_view::npos) {
-            return false;
-        }
+    return filledWithNumber(format, "fFeEgG", zeroDigit, [&](const Conversion& conversion) {
         std::string number = printed(conversion, argument);
         if (std::isfinite(argument)) {
             setDecimalSeparator(number, decimalSeparator);
         }
-        localizeDigits(number, zeroDigit);
-        result.append(number);
-        return true;
+        return number;
     });
 }
 

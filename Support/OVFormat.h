@@ -9,8 +9,7 @@ namespace orvane {
 
 // Formats come from translated tables, so they are read with suspicion: a translation may not make the program read
 // what it was not given. A format may leave its value out, ask for it once, or any number of times by position
-// ("%1$@");
-// "%%" stands for a percent sign. Whatever else it asks for makes it unusable, and the answer is nothing.
+// ("%1$@"); "%%" stands for a percent sign. Whatever else it asks for makes it unusable, and the answer is nothing.
 
 /// `stringWithFormat:` with one text, for "%@" alone.
 std::optional<std::string> stringWithFormat(std::string_view format, std::string_view argument);

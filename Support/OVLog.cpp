@@ -3,8 +3,8 @@
 #include "Platform/Executable.h"
 #include "Platform/Process.h"
 #include "Platform/SystemLog.h"
-#include "Support/OVCodePoint.h"
 #include "Support/OVPath.h"
+#include "Support/OVText.h"
 
 #include <algorithm>
 #include <array>
@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <string>
 #include <string_view>
@@ -64,12 +65,11 @@ std::string timestamp() {
     ::gettimeofday(&now, nullptr);
     tm local = {};
     ::localtime_r(&now.tv_sec, &local);
-    std::array<char, 32> day = {};
-    const std::size_t length = std::strftime(day.data(), day.size(), "%Y-%m-%d %H:%M:%S", &local);
-    std::array<char, 16> milliseconds = {};
+    std::array<char, 40> text = {};
+    const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &local);
     static_cast<void>(
-        std::snprintf(milliseconds.data(), milliseconds.size(), ".%03d", static_cast<int>(now.tv_usec / 1000)));
-    return std::string(day.data(), length) + milliseconds.data();
+        std::snprintf(text.data() + length, text.size() - length, ".%03d", static_cast<int>(now.tv_usec / 1000)));
+    return text.data();
 }
 
 /// One write for a whole line, so that the lines of two processes on one terminal or file don't mix; only a
@@ -95,13 +95,10 @@ void logToSystem(const std::string& message) {
 __attribute__((format(printf, 1, 0))) std::string formatted(const char* format, va_list arguments) {
     va_list again;
     va_copy(again, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, arguments);
-    std::string text;
-    if (length >= 0) {
+    std::string text = format; // what cannot be formatted is shown as it is
+    if (const int length = std::vsnprintf(nullptr, 0, format, arguments); length >= 0) {
         text.resize(static_cast<std::size_t>(length));
         static_cast<void>(std::vsnprintf(text.data(), text.size() + 1, format, again));
-    } else {
-        text = format;
     }
     va_end(again);
     return text;
@@ -125,6 +122,11 @@ void OVLog(const char* format, ...) {
         logToSystem(message);
     }
     errno = savedError;
+}
+
+void OVAssertionFailed(const char* expression, const char* method, const char* file, int line) {
+    OVLog("Assertion failed: (%s), function %s, file %s, line %d.", expression, method, file, line);
+    std::abort();
 }
 
 } // namespace orvane

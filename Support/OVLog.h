@@ -28,9 +28,18 @@ OVLogSink* OVSetLogSink(OVLogSink* sink);
 /// turns the direction of writing, and bytes that are not UTF-8 come as octal numbers ("\\012").
 void OVLog(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
+/// Reports a failed assertion through the log and ends the process with `abort`.
+[[noreturn]] void OVAssertionFailed(const char* expression, const char* method, const char* file, int line);
+
 } // namespace orvane
 
 /// A message of a method: begins with the method's full Objective-C name (a literal) and the source line.
 // NOLINTNEXTLINE(cppcoreguidelines-macro-usage): only a macro knows the caller's line
 #define OVLogMethod(method, format, ...)                                                                               \
     ::orvane::OVLog("%s [Line %d] " format, method, __LINE__ __VA_OPT__(, ) __VA_ARGS__)
+
+/// Ends the process, in release builds too, when the condition does not hold; the report names the condition's text,
+/// the method's full Objective-C name, the source file and the line. For programming errors only.
+// NOLINTNEXTLINE(cppcoreguidelines-macro-usage): only a macro knows the expression's text and the caller's line
+#define OVAssert(condition, method)                                                                                    \
+    ((condition) ? static_cast<void>(0) : ::orvane::OVAssertionFailed(#condition, method, __FILE_NAME__, __LINE__))

@@ -1,5 +1,6 @@
 #include "Support/OVPath.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <pwd.h>
@@ -33,34 +34,23 @@ std::optional<std::string> homeDirectoryOfUserNamed(const std::string& name) {
     });
 }
 
-void appendWithSingleSlashes(std::string& result, std::string_view text) {
-    for (const char c : text) {
-        if (c != '/' || result.empty() || result.back() != '/') {
-            result.push_back(c);
-        }
-    }
-}
-
 } // namespace
 
 std::string lastPathComponent(std::string_view path) {
     const std::size_t end = path.find_last_not_of('/');
     if (end == std::string_view::npos) {
-        return path.empty() ? std::string() : std::string("/");
+        return path.empty() ? "" : "/";
     }
     path = path.substr(0, end + 1);
-    const std::size_t slash = path.rfind('/');
-    return std::string(slash == std::string_view::npos ? path : path.substr(slash + 1));
+    return std::string(path.substr(path.rfind('/') + 1)); // from the start where there is none
 }
 
 std::string stringByAppendingPathComponent(std::string_view path, std::string_view component) {
     std::string result;
     result.reserve(path.size() + component.size() + 1);
-    appendWithSingleSlashes(result, path);
-    if (!result.empty() && !component.empty()) {
-        appendWithSingleSlashes(result, "/");
-    }
-    appendWithSingleSlashes(result, component);
+    result.append(path).append(path.empty() || component.empty() ? "" : "/").append(component);
+    const auto areSlashes = [](char first, char second) { return first == '/' && second == '/'; };
+    result.erase(std::unique(result.begin(), result.end(), areSlashes), result.end());
     if (result.size() > 1 && result.back() == '/') {
         result.pop_back();
     }

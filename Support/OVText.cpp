@@ -1,9 +1,11 @@
 #include "Support/OVText.h"
 
-#include "Support/OVAssert.h"
-#include "Support/OVCodePoint.h"
+#include "Support/OVLog.h"
+#include "Support/OVVisit.h"
 
-#include <limits>
+#include <algorithm>
+#include <charconv>
+#include <type_traits>
 
 namespace orvane {
 
@@ -73,73 +75,60 @@ void skip(std::string_view& text, bool (*isSkipped)(char32_t)) {
     }
 }
 
-} // namespace
-
-void appendUTF8(std::string& text, char32_t c) {
-    const auto append = [&text](char32_t byte) { text.push_back(static_cast<char>(byte)); };
-    const auto appendContinuation = [&append](char32_t bits) { append(0x80U | (bits & 0x3FU)); };
-    if (c < 0x80) {
-        append(c);
-    } else if (c < 0x800) {
-        append(0xC0U | (c >> 6U));
-        appendContinuation(c);
-    } else if (c < 0x10000) {
-        append(0xE0U | (c >> 12U));
-        appendContinuation(c >> 6U);
-        appendContinuation(c);
-    } else {
-        append(0xF0U | (c >> 18U));
-        appendContinuation(c >> 12U);
-        appendContinuation(c >> 6U);
-        appendContinuation(c);
-    }
+/// Takes a sign away. True for a minus.
+bool takeSign(std::string_view& text) {
+    const bool isNegative = text.starts_with('-');
+    text.remove_prefix(isNegative || text.starts_with('+') ? 1 : 0);
+    return isNegative;
 }
 
+} // namespace
+
 std::optional<std::string> textFromData(std::string_view bytes) {
-    std::size_t unitSize = 1;
-    bool bigEndian = false;
     for (const ByteOrderMark& mark : kMarks) {
-        if (bytes.substr(0, mark.bytes.size()) == mark.bytes) {
+        if (bytes.starts_with(mark.bytes)) {
             bytes.remove_prefix(mark.bytes.size());
-            unitSize = mark.unitSize;
-            bigEndian = mark.bigEndian;
+            if (mark.unitSize > 1) {
+                return textFromUnits(bytes, mark.unitSize, mark.bigEndian);
+            }
             break;
         }
-    }
-    if (unitSize > 1) {
-        return textFromUnits(bytes, unitSize, bigEndian);
     }
     return isValidUTF8(bytes) ? std::optional<std::string>(bytes) : std::nullopt;
 }
 
 std::int32_t intValue(std::string_view text) {
     skip(text, isWhiteSpace);
-    bool negative = false;
-    if (!text.empty() && (text.front() == '-' || text.front() == '+')) {
-        negative = text.front() == '-';
-        text.remove_prefix(1);
+    const bool isNegative = takeSign(text);
+    const std::uint64_t limit = isNegative ? 0x80000000U : 0x7FFFFFFFU;
+    std::uint64_t digits = 0;
+    if (std::from_chars(text.data(), text.data() + text.size(), digits).ec == std::errc::result_out_of_range) {
+        digits = limit;
     }
-    using Limits = std::numeric_limits<std::int32_t>;
-    std::int64_t value = 0;
-    for (const char c : text) {
-        if (c < '0' || c > '9') {
-            break;
-        }
-        value = value * 10 + (c - '0');
-        if (value > Limits::max()) {
-            return negative ? Limits::min() : Limits::max();
-        }
-    }
-    return static_cast<std::int32_t>(negative ? -value : value);
+    const auto value = static_cast<std::int64_t>(std::min(digits, limit));
+    return static_cast<std::int32_t>(isNegative ? -value : value);
 }
 
 bool boolValue(std::string_view text) {
     skip(text, isBlank);
-    if (!text.empty() && (text.front() == '-' || text.front() == '+')) {
-        text.remove_prefix(1);
-    }
+    takeSign(text);
     skip(text, [](char32_t c) { return c == '0'; });
     return !text.empty() && std::string_view("YyTt123456789").find(text.front()) != std::string_view::npos;
+}
+
+bool boolValue(const PropertyListValue& value) {
+    return visitHeld(
+        [](const auto& held) {
+            using Held = std::decay_t<decltype(held)>;
+            if constexpr (std::is_arithmetic_v<Held>) {
+                return held != Held{};
+            } else if constexpr (std::is_same_v<Held, std::string>) {
+                return boolValue(std::string_view(held));
+            } else {
+                return false;
+            }
+        },
+        value);
 }
 
 std::string lowercaseString(std::string_view text) {
@@ -158,12 +147,7 @@ std::string stringByReplacing(std::string_view part, std::string_view replacemen
         text.remove_prefix(found + part.size());
         found = text.find(part);
     }
-    result.append(text);
-    return result;
-}
-
-std::string stringByRemoving(std::string_view part, std::string_view text) {
-    return stringByReplacing(part, "", text);
+    return result.append(text);
 }
 
 std::string stringWithFormat(std::string_view format, std::initializer_list<std::string_view> arguments) {

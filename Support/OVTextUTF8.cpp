@@ -1,6 +1,8 @@
 #include "Support/OVText.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -58,6 +60,30 @@ bool areWellFormed(const unsigned char* blocks, std::size_t count) {
 
 } // namespace
 
+CodePoint decodeUTF8(std::string_view bytes) {
+    constexpr CodePoint kMalformed = {0, 0};
+    constexpr std::array<char32_t, 5> kSmallestOfLength = {0, 0, 0x80, 0x800, 0x10000};
+    const auto lead = static_cast<unsigned char>(bytes.front());
+    if (lead < 0x80) {
+        return {lead, 1};
+    }
+    const auto length = static_cast<std::size_t>(std::countl_one(lead));
+    if (length < 2 || length > 4 || bytes.size() < length) {
+        return kMalformed;
+    }
+    char32_t value = lead & (0xFFU >> (length + 1));
+    for (const char next : bytes.substr(1, length - 1)) {
+        const auto byte = static_cast<unsigned char>(next);
+        if ((byte & 0xC0U) != 0x80U) {
+            return kMalformed;
+        }
+        value = (value << 6U) | (byte & 0x3FU);
+    }
+    const bool isSurrogate = value >= 0xD800 && value <= 0xDFFF;
+    const bool isCharacter = value >= kSmallestOfLength.at(length) && value <= 0x10FFFF && !isSurrogate;
+    return isCharacter ? CodePoint{value, length} : kMalformed;
+}
+
 bool isValidUTF8(std::string_view bytes) {
     // Nothing stands before the first block, and at least one zero behind the last byte, where a cut character shows.
     unsigned char first[kReach + kWidth] = {};
@@ -73,6 +99,18 @@ bool isValidUTF8(std::string_view bytes) {
     std::memcpy(last, start + bytes.size() - rest - kReach, kReach + rest);
     return areWellFormed(first + kReach, 1) && areWellFormed(start + kWidth, count - 1) &&
            areWellFormed(last + kReach, 1);
+}
+
+void appendUTF8(std::string& text, char32_t c) {
+    if (c < 0x80) {
+        text.push_back(static_cast<char>(c));
+        return;
+    }
+    unsigned left = c < 0x800 ? 1 : (c < 0x10000 ? 2 : 3); // bytes behind the first
+    text.push_back(static_cast<char>((0xFF00U >> (left + 1)) | (c >> (6 * left))));
+    while (left-- > 0) {
+        text.push_back(static_cast<char>(0x80U | ((c >> (6 * left)) & 0x3FU)));
+    }
 }
 
 } // namespace orvane

@@ -2,7 +2,6 @@
 
 #include "Support/OVFormat.h"
 #include "Support/OVNumber.h"
-#include "Support/OVSinglePrecision.h"
 #include "Support/ZRSystemVersion.h"
 
 #include <array>

@@ -2,6 +2,8 @@
 
 #include "Support/OVLog.h"
 
+#include <utility>
+
 namespace orvane {
 
 namespace {
@@ -23,65 +25,53 @@ Version decoded(std::int32_t answer) {
     return {digit(3) * 10 + digit(2), digit(1), digit(0)};
 }
 
-std::int16_t askForVersion(Gestalt& gestalt, Version& version) {
+std::int16_t ask(Gestalt& gestalt, Version& version) {
     std::int32_t answer = 0;
     std::int16_t error = gestalt.ask(gestaltSystemVersion, &answer);
-    if (error != 0) {
-        return error;
-    }
     // Deliberately signed: a negative answer is decoded too.
-    if (answer <= kLastInOneAnswer) {
+    if (error == 0 && answer <= kLastInOneAnswer) {
         version = decoded(answer);
         return 0;
     }
-    Version answers;
-    error = gestalt.ask(gestaltSystemVersionMajor, &answers.major);
     if (error == 0) {
-        error = gestalt.ask(gestaltSystemVersionMinor, &answers.minor);
+        error = gestalt.ask(gestaltSystemVersionMajor, &version.major);
     }
     if (error == 0) {
-        error = gestalt.ask(gestaltSystemVersionBugFix, &answers.bugFix);
+        error = gestalt.ask(gestaltSystemVersionMinor, &version.minor);
     }
-    if (error == 0) {
-        version = answers;
-    }
-    return error;
+    return error != 0 ? error : gestalt.ask(gestaltSystemVersionBugFix, &version.bugFix);
 }
 
-void store(std::int32_t number, std::int32_t* into) {
-    if (into != nullptr) {
-        *into = number;
+Version systemVersion(Gestalt& gestalt) {
+    Version version;
+    if (const std::int16_t error = ask(gestalt, version); error != 0) {
+        OVLog("Unable to obtain system version: %ld", static_cast<long>(error));
+        return {}; // so that no number stands beside another version's
     }
+    return version;
 }
 
 } // namespace
 
 void GetSystemVersion(std::int32_t* major, std::int32_t* minor, std::int32_t* bugFix, Gestalt& gestalt) {
-    // Stored only when all is known, so that no number stands beside another version's.
-    Version version;
-    const std::int16_t error = askForVersion(gestalt, version);
-    if (error != 0) {
-        OVLog("Unable to obtain system version: %ld", static_cast<long>(error));
+    const Version version = systemVersion(gestalt);
+    for (const auto& [number, into] :
+         {std::pair(version.major, major), {version.minor, minor}, {version.bugFix, bugFix}}) {
+        if (into != nullptr) {
+            *into = number;
+        }
     }
-    store(version.major, major);
-    store(version.minor, minor);
-    store(version.bugFix, bugFix);
 }
 
 std::string SystemVersionString(Gestalt& gestalt) {
-    std::int32_t major = 0;
-    std::int32_t minor = 0;
-    std::int32_t bugFix = 0;
-    GetSystemVersion(&major, &minor, &bugFix, gestalt);
-    return std::to_string(major) + '.' + std::to_string(minor) + '.' + std::to_string(bugFix);
+    const Version version = systemVersion(gestalt);
+    return std::to_string(version.major) + '.' + std::to_string(version.minor) + '.' + std::to_string(version.bugFix);
 }
 
 bool SystemIsSnowLeopardOrLater(Gestalt& gestalt) {
-    std::int32_t major = 0;
-    std::int32_t minor = 0;
-    GetSystemVersion(&major, &minor, nullptr, gestalt);
+    const Version version = systemVersion(gestalt);
     // Deliberately exact: 11 and later are none, and a minor number that is not one counts as large.
-    return major == 10 && static_cast<std::uint32_t>(minor) > 5;
+    return version.major == 10 && static_cast<std::uint32_t>(version.minor) > 5;
 }
 
 } // namespace orvane

@@ -23,8 +23,7 @@ const NSInteger OVShellCommandCancelFailed = -9999;
 
 namespace {
 
-/// The result of a run that could not be started, or whose end could not be learnt: neither an exit code nor
-/// one of the constants.
+/// The result of a run that could not be started, or whose end could not be learnt.
 constexpr NSInteger kRunFailed = -1;
 
 constexpr const char* kRunMethod = "-[OVShellCommand runCommandAtPath:arguments:delegate:]";
@@ -149,8 +148,6 @@ void streamOutput(SystemCalls& calls, int descriptor, OVShellCommandDelegate* de
 
 } // namespace
 
-OVShellCommand::OVShellCommand(SystemCalls& calls) : calls_(calls) {}
-
 NSInteger OVShellCommand::runCommandAtPath(const std::string& path, const std::vector<std::string>& arguments,
                                            OVShellCommandDelegate* delegate) {
     if (shouldCancel(delegate)) {
@@ -192,19 +189,19 @@ NSInteger OVShellCommand::runCommandAtPath(const std::string& path, const std::v
 std::int32_t OVShellCommand::forkAndExecCommandAtPath(const std::string& path,
                                                       const std::vector<std::string>& arguments,
                                                       std::int32_t* outFileDescriptor) {
-    std::vector<char*> vector;
-    vector.reserve(arguments.size() + 2);
-    vector.push_back(const_cast<char*>(path.c_str())); // NOLINT(cppcoreguidelines-pro-type-const-cast)
+    std::vector<char*> words;
+    words.reserve(arguments.size() + 2);
+    words.push_back(const_cast<char*>(path.c_str())); // NOLINT(cppcoreguidelines-pro-type-const-cast)
     for (const std::string& argument : arguments) {
-        vector.push_back(const_cast<char*>(argument.c_str())); // NOLINT(cppcoreguidelines-pro-type-const-cast)
+        words.push_back(const_cast<char*>(argument.c_str())); // NOLINT(cppcoreguidelines-pro-type-const-cast)
     }
-    vector.push_back(nullptr);
+    words.push_back(nullptr);
 
     std::array<int, 2> ends = {-1, -1};
     if (calls_.pipe(ends.data()) != 0) {
         return -1;
     }
-    ChildPlan plan = {calls_, {path.c_str(), vector.data(), ends[1], ::fileno(stdout), ::fileno(stderr)}, ends[0]};
+    ChildPlan plan = {calls_, {path.c_str(), words.data(), ends[1], ::fileno(stdout), ::fileno(stderr)}, ends[0]};
     pid_t child = spawnChild(calls_, plan.program);
     if (child < 0) {
         child = forkChild(calls_, runChild, &plan);
@@ -217,6 +214,20 @@ std::int32_t OVShellCommand::forkAndExecCommandAtPath(const std::string& path,
     *outFileDescriptor = ends[0];
     calls_.close(ends[1]);
     return child;
+}
+
+CommandRunner& CommandRunner::shellCommands() {
+    class ShellCommands final : public CommandRunner {
+      public:
+        Outcome runCommandAtPath(const std::string& path, const std::vector<std::string>& arguments,
+                                 OVShellCommandDelegate* delegate) override {
+            OVShellCommand command;
+            const NSInteger result = command.runCommandAtPath(path, arguments, delegate);
+            return {.result = result, .processID = command.processID()};
+        }
+    };
+    static constinit ShellCommands commands;
+    return commands;
 }
 
 } // namespace orvane

@@ -1,10 +1,7 @@
 #include "Support/OVLog.h"
 #include "Support/OVText.h"
-#include "Tasks/OVTaskOutput.h"
 #include "Tasks/OVTaskRunner.h"
-#include "Tasks/OVTaskStatus.h"
 
-#include <algorithm>
 #include <cmath>
 #include <csignal>
 
@@ -27,30 +24,21 @@ std::int32_t statusOf(bool done) {
     return done ? kTaskSuccess : kTaskFailure;
 }
 
-/// A list that the first nil ends: deliberately empty, without even the Finder, when there is no identifier.
-std::vector<std::string> applicationsToKeep(const std::optional<std::string>& ownIdentifier) {
-    if (!ownIdentifier) {
-        return {};
-    }
-    return {*ownIdentifier, "com.apple.finder"};
-}
-
-bool contains(const std::vector<std::string>& list, const std::optional<std::string>& text) {
-    return text && std::find(list.begin(), list.end(), *text) != list.end();
-}
-
 } // namespace
 
 std::int32_t OVTaskRunner::quitAllApplications() {
     Bundle& bundle = services_.bundle();
     for (const auto& application : runningForegroundApplications()) {
-        if (contains(applicationsToKeep(bundle.bundleIdentifier()), application->bundleIdentifier())) {
+        const auto own = bundle.bundleIdentifier();
+        const auto identifier = application->bundleIdentifier();
+        // Deliberately nobody, not even the Finder, without an identifier of one's own.
+        if (own && identifier && (*identifier == *own || *identifier == "com.apple.finder")) {
             continue;
         }
-        tellOwner(*this, stringWithFormat("Will try to terminate %@", {textOrNull(application->localizedName())}));
+        tellOwner(stringWithFormat("Will try to terminate %@", {textOrNull(application->localizedName())}));
         if (!application->terminate()) {
             const std::string name = textOrNull(application->localizedName());
-            tellOwner(*this, stringWithFormat("Could not terminate %@", {name}));
+            tellOwner(stringWithFormat("Could not terminate %@", {name}));
             OVLogMethod("-[OVTaskRunner quitAllApplications]", "could not terminate %s", name.c_str());
         }
     }
@@ -104,8 +92,7 @@ std::int32_t OVTaskRunner::restartAirport() {
 }
 
 std::int32_t OVTaskRunner::turnOnScreensaver() {
-    Workspace& workspace = services_.workspace();
-    return statusOf(workspace.launchApplicationAtURL(kScreenSaver, kWorkspaceLaunchDefault) != nullptr);
+    return statusOf(services_.workspace().launchApplicationAtURL(kScreenSaver, kWorkspaceLaunchDefault) != nullptr);
 }
 
 std::int32_t OVTaskRunner::restartOrShutdown() {

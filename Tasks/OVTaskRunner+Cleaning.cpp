@@ -5,11 +5,9 @@
 #include "Support/OVPath.h"
 #include "Support/OVText.h"
 #include "Tasks/OVTaskRunner.h"
-#include "Tasks/OVTaskStatus.h"
 
-#include <array>
 #include <cerrno>
-#include <cstddef>
+#include <span>
 
 namespace orvane {
 
@@ -27,21 +25,20 @@ struct BrowserFiles {
     std::string_view glob;
 };
 
-constexpr std::array<BrowserFiles, 3> kBrowserCaches = {{
+constexpr BrowserFiles kBrowserCaches[] = {
     {kOVBrowserSafari, "Library/Caches/com.apple.Safari/*"},
     {kOVBrowserFirefox, "Library/Caches/Firefox/Profiles/*/*"},
     {kOVBrowserChrome, "Library/Caches/Google/Chrome/Default/Cache/*"},
-}};
+};
 
-constexpr std::array<BrowserFiles, 4> kBrowserHistories = {{
+constexpr BrowserFiles kBrowserHistories[] = {
     {kOVBrowserSafari, "Library/Safari/History.plist"},
     {kOVBrowserFirefox, "Library/*/Firefox/Profiles/*/places.*"},
     {kOVBrowserChrome, "Library/Application Support/Google/Chrome/Default/*History*"},
     {kOVBrowserChrome, "Library/Application Support/Google/Chrome/Default/Last *"},
-}};
+};
 
-template <std::size_t count>
-std::vector<std::string> globsOf(std::string_view browser, const std::array<BrowserFiles, count>& files,
+std::vector<std::string> globsOf(std::string_view browser, std::span<const BrowserFiles> files,
                                  const std::string& home) {
     std::vector<std::string> globs;
     for (const BrowserFiles& some : files) {
@@ -73,15 +70,11 @@ BackupFolder makeBackupFolder(const std::string& name, const std::string& archiv
 } // namespace
 
 std::int32_t OVTaskRunner::cleanUserCache() {
-    const std::string home = homeDirectory();
-    return forceDeleteItemsAtGlobs(
-        {stringByAppendingPathComponent(home, "Library/Caches/*"),
-         stringByAppendingPathComponent(home, "Library/Containers/*/Data/Library/Caches/*")});
+    return forceDeleteItemsAtGlobs({inHome("Library/Caches/*"), inHome("Library/Containers/*/Data/Library/Caches/*")});
 }
 
 std::int32_t OVTaskRunner::cleanDashboardCache() {
-    const std::int32_t status = forceDeleteItemsAtGlobs(
-        {stringByAppendingPathComponent(homeDirectory(), "Library/Caches/com.apple.dashboard.client/*")});
+    const std::int32_t status = forceDeleteItemsAtGlobs({inHome("Library/Caches/com.apple.dashboard.client/*")});
     relaunchDock();
     return status;
 }
@@ -95,7 +88,7 @@ std::int32_t OVTaskRunner::cleanBrowserHistory(std::string_view browser) {
 }
 
 std::int32_t OVTaskRunner::cleanDesktop() {
-    const std::string desktop = stringByAppendingPathComponent(homeDirectory(), "Desktop");
+    const std::string desktop = inHome("Desktop");
     const auto owner = delegate();
     const auto archive = owner != nullptr ? owner->archiveDesktopPath() : std::nullopt;
     if (!archive || archive->empty()) {
@@ -120,8 +113,7 @@ std::int32_t OVTaskRunner::cleanDesktop() {
 
 std::int32_t OVTaskRunner::vacuumAppleMailIndex() {
     // The folder deliberately stands without quotes.
-    const std::string find = stringWithFormat("/usr/bin/find %@ -name 'Envelope Index'",
-                                              {stringByAppendingPathComponent(homeDirectory(), "Library/Mail")});
+    const std::string find = stringWithFormat("/usr/bin/find %@ -name 'Envelope Index'", {inHome("Library/Mail")});
     return runBashCommand(
         stringWithFormat("%@ -print0 | xargs -0 -I __FILE__ /usr/bin/sqlite3 __FILE__ vacuum; %@ -ls", {find, find}));
 }

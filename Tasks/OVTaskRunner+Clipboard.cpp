@@ -1,6 +1,5 @@
 #include "Pasteboard/OVPasteboardServer.h"
 #include "Tasks/OVTaskRunner.h"
-#include "Tasks/OVTaskStatus.h"
 
 namespace orvane {
 

@@ -1,24 +1,16 @@
-#include "Support/OVAssert.h"
+#include "Support/OVLog.h"
 #include "Support/OVPath.h"
 #include "Support/OVText.h"
 #include "Tasks/OVTaskRunner.h"
-#include "Tasks/OVTaskStatus.h"
 
 namespace orvane {
 
-namespace {
-
-constexpr std::string_view kSecureDeletion = "/usr/bin/srm -v -f -r -m --";
-constexpr std::string_view kForcedDeletion = "rm -rfv";
-
-} // namespace
-
 std::int32_t OVTaskRunner::secureDeleteItemsAtPaths(const std::vector<std::string>& paths) {
-    return runBashCommand(kSecureDeletion, paths);
+    return runBashCommand("/usr/bin/srm -v -f -r -m --", paths);
 }
 
 std::int32_t OVTaskRunner::forceDeleteItemsAtPaths(const std::vector<std::string>& paths) {
-    return runBashCommand(kForcedDeletion, paths);
+    return runBashCommand("rm -rfv", paths);
 }
 
 std::int32_t OVTaskRunner::forceDeleteItemsAtGlobs(const std::vector<std::string>& globs) {
@@ -86,7 +78,11 @@ std::string OVTaskRunner::homeDirectory() {
 }
 
 std::string OVTaskRunner::userLibraryFolder() {
-    return stringByAppendingPathComponent(homeDirectory(), "Library");
+    return inHome("Library");
+}
+
+std::string OVTaskRunner::inHome(std::string_view path) {
+    return stringByAppendingPathComponent(homeDirectory(), path);
 }
 
 std::vector<std::string> OVTaskRunner::userTrashitems() {

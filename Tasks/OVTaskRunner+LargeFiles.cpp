@@ -1,10 +1,7 @@
 #include "Support/OVFile.h"
 #include "Support/OVPath.h"
 #include "Support/OVText.h"
-#include "Support/OVTextFile.h"
-#include "Tasks/OVTaskOutput.h"
 #include "Tasks/OVTaskRunner.h"
-#include "Tasks/OVTaskStatus.h"
 
 namespace orvane {
 
@@ -12,20 +9,11 @@ namespace {
 
 constexpr std::uint64_t kBytesInMegabyte = 1000000; // deliberately decimal
 
-/// It names a folder of the user, and the user's own Finder reads it.
-constexpr mode_t kSavedSearchMode = 0600;
-
-std::int32_t write(std::string_view text, const std::string& path, SystemCalls& calls) {
-    OVAtomicFile file(path, kSavedSearchMode, calls);
-    file.append(text);
-    return file.commit();
-}
-
 } // namespace
 
 std::int32_t OVTaskRunner::findLargeFilesInPath(const std::string& path) {
     const auto failure = [this](const std::string& text) {
-        tellOwner(*this, text);
+        tellOwner(text);
         return kTaskFailure;
     };
     FileManager& fileManager = services_.fileManager();
@@ -47,7 +35,10 @@ std::int32_t OVTaskRunner::findLargeFilesInPath(const std::string& path) {
     const std::string searchFile = stringByAppendingPathComponent(
         services_.processInfo.temporaryDirectory(),
         stringWithFormat("Files Larger than %@ MB in %@.savedSearch", {limit, displayName}));
-    if (const std::int32_t error = write(text, searchFile, services_.calls); error != 0) {
+    // It names a folder of the user, and the user's own Finder reads it.
+    OVAtomicFile saved(searchFile, 0600, services_.calls);
+    saved.append(text);
+    if (const std::int32_t error = saved.commit(); error != 0) {
         return failure(
             stringWithFormat("ERROR writing saved search file %@: %@", {searchFile, errorDescription(error)}));
     }

@@ -3,7 +3,6 @@
 #include "Support/ZRBytesValueTransformer.h"
 #include "Tasks/OVMemoryStatistics.h"
 #include "Tasks/OVTaskRunner.h"
-#include "Tasks/OVTaskStatus.h"
 
 namespace orvane {
 

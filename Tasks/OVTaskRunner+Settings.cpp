@@ -1,4 +1,3 @@
-#include "Support/OVPropertyList.h"
 #include "Support/OVText.h"
 #include "Tasks/OVTaskRunner.h"
 

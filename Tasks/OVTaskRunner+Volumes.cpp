@@ -40,18 +40,15 @@ std::int32_t OVTaskRunner::secureEraseFreeSpace(std::string_view path) {
 
 std::int32_t OVTaskRunner::ejectAllVolumes() {
     const auto volumes = mountedBrowsableVolumes();
-    if (!volumes) {
-        return 0;
-    }
-    for (const OVVolumeDictionary& volume : *volumes) {
+    for (const OVVolumeDictionary& volume : volumes.value_or(std::vector<OVVolumeDictionary>())) {
         if (static_cast<std::uint32_t>(volume.owner()) != services_.calls.getuid()) {
             continue;
         }
-        if (const std::int32_t status = ejectVolume(volume.path()); status != 0) {
+        if (const std::int32_t status = ejectVolume(volume.path()); status != kTaskSuccess) {
             return status;
         }
     }
-    return 0;
+    return kTaskSuccess;
 }
 
 std::optional<std::vector<OVVolumeDictionary>> OVTaskRunner::mountedBrowsableVolumes() {

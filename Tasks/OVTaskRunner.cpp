@@ -6,30 +6,11 @@
 #include "Support/OVLog.h"
 #include "Support/OVPath.h"
 #include "Support/OVText.h"
-#include "Tasks/OVTaskStatus.h"
 
 #include <cerrno>
 #include <utility>
 
 namespace orvane {
-
-namespace {
-
-/// The list names files in folders that only their user may read.
-constexpr mode_t kListFileMode = 0600;
-
-std::int32_t writePaths(const std::vector<std::string>& paths, const std::string& listFile, SystemCalls& calls) {
-    OVAtomicFile file(listFile, kListFileMode, calls);
-    std::string_view separator;
-    for (const std::string& path : paths) {
-        file.append(separator);
-        file.append(path);
-        separator = "\n";
-    }
-    return file.commit();
-}
-
-} // namespace
 
 OVTaskRunner::OVTaskRunner(const OVTaskRunnerServices& services) : services_(services) {}
 
@@ -84,7 +65,15 @@ std::int32_t OVTaskRunner::runBashCommand(std::string_view command, const std::v
         return kTaskFailure;
     }
     const std::string listFile = stringByAppendingPathComponent(*folder, "files-to-remove.txt");
-    if (const std::int32_t error = writePaths(onItemsAtPaths, listFile, services_.calls); error != 0) {
+    // The list names files in folders that only their user may read.
+    OVAtomicFile file(listFile, 0600, services_.calls);
+    std::string_view separator;
+    for (const std::string& path : onItemsAtPaths) {
+        file.append(separator);
+        file.append(path);
+        separator = "\n";
+    }
+    if (const std::int32_t error = file.commit(); error != 0) {
         OVLogMethod(kMethod, "Error writing paths to file: %s", errorDescription(error).c_str());
         return kTaskFailure;
     }
@@ -114,9 +103,9 @@ std::vector<std::string> OVTaskRunner::pathsByExpandingGlobs(const std::vector<s
     return paths;
 }
 
-void OVTaskRunner::shellCommandHasOutputAvailable(std::optional<std::string_view> chunk) {
+void OVTaskRunner::tellOwner(std::optional<std::string_view> text) const {
     if (const auto owner = delegate()) {
-        owner->hasOutputAvailable(chunk);
+        owner->hasOutputAvailable(text);
     }
 }
 

@@ -14,7 +14,6 @@
 #include "Platform/UserDefaults.h"
 #include "Platform/Volumes.h"
 #include "Platform/Workspace.h"
-#include "Tasks/CommandRunner.h"
 #include "Tasks/OVShellCommand.h"
 #include "Tasks/OVTaskDelegate.h"
 #include "Tasks/OVVolumeDictionary.h"
@@ -30,6 +29,11 @@
 namespace orvane {
 
 class OVPasteboardServer;
+
+// The task status, the result of every task operation.
+inline constexpr std::int32_t kTaskSuccess = 0;
+inline constexpr std::int32_t kTaskFailure = 1;
+inline constexpr std::int32_t kTaskCancelled = 2; ///< by the owner, or the owner was asked for input and gave none
 
 /// "secure-erase.temp": the file at the top of a volume that fills its free space to have it overwritten.
 extern const char* const kOVSecureEraseFreeSpaceTempFilename;
@@ -74,9 +78,10 @@ struct OVTaskRunnerServices {
 
 /// The catalogue of maintenance tasks.
 ///
-/// Unless said otherwise an operation returns the task status: 0 success, 1 failure, 2 cancelled. It runs on
-/// the caller's thread and blocks it; commands are asked about and their output delivered there, through the
-/// delegate. Failures are logged, nothing is thrown.
+/// Unless said otherwise an operation returns the task status, runs on the caller's thread and blocks it; commands are
+/// asked about and their output delivered there, through the delegate. Failures are logged, nothing is thrown. Paths
+/// that become part of a shell line stand there between double quotes, unless said otherwise; nothing in them is
+/// escaped.
 class OVTaskRunner : public OVShellCommandDelegate {
   public:
     /// `init`: both properties start as nothing.
@@ -89,46 +94,44 @@ class OVTaskRunner : public OVShellCommandDelegate {
 
     // The properties, atomic and retaining.
 
-    /// `pasteboardServer`: the clipboard history that the clipboard tasks act on.
+    /// `pasteboardServer`, `setPasteboardServer:`: the clipboard history that the clipboard tasks act on.
     [[nodiscard]] std::shared_ptr<OVPasteboardServer> pasteboardServer() const;
-    /// `setPasteboardServer:`
     void setPasteboardServer(std::shared_ptr<OVPasteboardServer> server);
-    /// `delegate`: the owner, who receives output, answers cancel questions and supplies the user's choices.
+    /// `delegate`, `setDelegate:`: the owner, who receives output, answers cancel questions and supplies the user's
+    /// choices.
     [[nodiscard]] std::shared_ptr<OVTaskDelegate> delegate() const;
-    /// `setDelegate:`
     void setDelegate(std::shared_ptr<OVTaskDelegate> delegate);
 
     // The command layer.
 
-    /// `runCommand:arguments:`: runs the program at the absolute path with the arguments. Exit code 0 is
-    /// success, any other failure; dying of a signal and a cancel, even one that could not be carried out
-    /// (which is logged), are a cancel.
+    /// `runCommand:arguments:`: runs the program at the absolute path with the arguments. Exit code 0 is success, any
+    /// other failure; dying of a signal and a cancel, even one that could not be carried out (which is logged), are a
+    /// cancel.
     std::int32_t runCommand(const std::string& path, const std::vector<std::string>& arguments);
 
     /// `runBashCommand:`: runs one line by "/bin/sh -c"; the status is that of the line's last command.
     std::int32_t runBashCommand(const std::string& command);
 
-    /// `runBashCommand:onItemsAtPaths:`: runs the command, a program with leading options, once for each path
-    /// with the path as its last argument, in the order of the list, by `xargs` from a list file
-    /// ("files-to-remove.txt", readable by the user alone). An empty list runs nothing and is a success.
+    /// `runBashCommand:onItemsAtPaths:`: runs the command, a program with leading options, once for each path with the
+    /// path as its last argument, in the order of the list, by `xargs` from a list file ("files-to-remove.txt",
+    /// readable by the user alone). An empty list runs nothing and is a success.
     ///
-    /// Without a whole list file on disk nothing is run: failure. The list file is removed, its new temporary
-    /// folder deliberately stays. A newline, quote character, backslash or leading blank in a path is
-    /// deliberately not protected: `xargs` sees other paths then.
+    /// Without a whole list file on disk nothing is run: failure. The list file is removed, its new temporary folder
+    /// deliberately stays. A newline, quote character, backslash or leading blank in a path is deliberately not
+    /// protected: `xargs` sees other paths then.
     std::int32_t runBashCommand(std::string_view command, const std::vector<std::string>& onItemsAtPaths);
 
     /// `runAppleScript:`: runs the source; nothing reaches the delegate. Returns 0 or 1.
     std::int32_t runAppleScript(const std::string& source);
-
     /// `runAuthorizedTask:`: a placeholder that deliberately ignores its argument and returns 1.
     std::int32_t runAuthorizedTask(const void* task);
 
-    /// `pathsByExpandingGlobs:`: the paths that match the patterns, each read as an absolute path, in the
-    /// order of the patterns and by name for each; a path that two patterns match comes twice.
+    /// `pathsByExpandingGlobs:`: the paths that match the patterns, each read as an absolute path, in the order of the
+    /// patterns and by name for each; a path that two patterns match comes twice.
     std::vector<std::string> pathsByExpandingGlobs(const std::vector<std::string>& globs);
 
     /// `shellCommandHasOutputAvailable:`: to the delegate's `hasOutputAvailable:`.
-    void shellCommandHasOutputAvailable(std::optional<std::string_view> chunk) override;
+    void shellCommandHasOutputAvailable(std::optional<std::string_view> chunk) override { tellOwner(chunk); }
     /// `shellCommandShouldCancel`: the delegate's `shouldCancel`; no without a delegate.
     bool shellCommandShouldCancel() override;
 
@@ -136,87 +139,70 @@ class OVTaskRunner : public OVShellCommandDelegate {
 
     /// `repairDiskPermissions`: "/usr/sbin/diskutil repairPermissions /".
     std::int32_t repairDiskPermissions();
-
     /// `repairVolume:`: "/usr/sbin/diskutil repairVolume" with the volume's path or device.
     std::int32_t repairVolume(const std::string& volume);
-
-    /// `ejectVolume:`: "/usr/sbin/diskutil unmount" with the volume's path; deliberately not "eject": the
-    /// device stays attached.
+    /// `ejectVolume:`: "/usr/sbin/diskutil unmount" with the volume's path; deliberately not "eject": the device stays
+    /// attached.
     std::int32_t ejectVolume(const std::string& path);
 
     /// `secureEraseFreeSpaceCommand:`: the line that fills the volume's free space with a file
     /// (`kOVSecureEraseFreeSpaceTempFilename`), overwrites it and removes it, on a signal too. Runs nothing.
-    /// The path stands between double quotes, nothing in it is escaped.
     std::string secureEraseFreeSpaceCommand(std::string_view path);
-
     /// `secureEraseFreeSpace:`: runs that line.
     std::int32_t secureEraseFreeSpace(std::string_view path);
 
-    /// `ejectAllVolumes`: `ejectVolume:` for every browsable volume that the process's real user (`getuid`)
-    /// mounted. The first that fails ends it with its status; success when there is none.
+    /// `ejectAllVolumes`: `ejectVolume:` for every browsable volume that the process's real user (`getuid`) mounted.
+    /// The first that fails ends it with its status; success when there is none.
     std::int32_t ejectAllVolumes();
 
-    /// `mountedBrowsableVolumes`: the mounted volumes that are neither hidden from browsing nor the start-up
-    /// volume, in the system's order, read anew by each call; nothing, with a log line, when the system lists
-    /// no mount at all.
+    /// `mountedBrowsableVolumes`: the mounted volumes that are neither hidden from browsing nor the start-up volume, in
+    /// the system's order, read anew by each call; nothing, with a log line, when the system lists no mount at all.
     std::optional<std::vector<OVVolumeDictionary>> mountedBrowsableVolumes();
 
-    // Deletion.
+    // Deletion. `...ItemsAtPaths:` run their command as `runBashCommand:onItemsAtPaths:` does.
 
-    /// `secureDeleteItemsAtPaths:`: "/usr/bin/srm -v -f -r -m --" for each path, as
-    /// `runBashCommand:onItemsAtPaths:` runs it.
+    /// `secureDeleteItemsAtPaths:`: "/usr/bin/srm -v -f -r -m --" for each path.
     std::int32_t secureDeleteItemsAtPaths(const std::vector<std::string>& paths);
 
-    /// `forceDeleteItemsAtPaths:`: "rm -rfv" for each path, as `runBashCommand:onItemsAtPaths:` runs it.
-    /// Deliberately without "--": a path that begins with "-" is read as options.
+    /// `forceDeleteItemsAtPaths:`: "rm -rfv" for each path. Deliberately without "--": a path that begins with "-" is
+    /// read as options.
     std::int32_t forceDeleteItemsAtPaths(const std::vector<std::string>& paths);
-
     /// `forceDeleteItemsAtGlobs:`: `forceDeleteItemsAtPaths:` on what the patterns expand to.
     std::int32_t forceDeleteItemsAtGlobs(const std::vector<std::string>& globs);
 
-    /// `secureDeleteFiles`: `secureDeleteItemsAtPaths:` on files that the owner chooses; 2 without a choice.
+    /// `secureDeleteFiles`, `forceDeleteFiles`: deletes what the owner chooses (`promptForFiles`); 2 without a choice.
     std::int32_t secureDeleteFiles();
-
-    /// `forceDeleteFiles`: `forceDeleteItemsAtPaths:` on files that the owner chooses; 2 without a choice.
     std::int32_t forceDeleteFiles();
 
-    /// `secureEmptyTrash`: `secureDeleteItemsAtPaths:` on `userTrashitems`.
+    /// `secureEmptyTrash`, `forceEmptyTrash`: deletes `userTrashitems`.
     std::int32_t secureEmptyTrash();
-
-    /// `forceEmptyTrash`: `forceDeleteItemsAtPaths:` on `userTrashitems`.
     std::int32_t forceEmptyTrash();
 
-    /// `removeDSStoreFilesInPath:`: removes the regular files named ".DS_Store" at any depth beneath the
-    /// folder and prints each. The path stands between double quotes, nothing in it is escaped.
+    /// `removeDSStoreFilesInPath:`: removes the regular files named ".DS_Store" at any depth beneath the folder and
+    /// prints each.
     std::int32_t removeDSStoreFilesInPath(std::string_view path);
-
     /// `removeDSStoreFilesInHomeFolder`: `removeDSStoreFilesInPath:` on `homeDirectory`.
     std::int32_t removeDSStoreFilesInHomeFolder();
-
-    /// `removeDSStoreFilesInFolder`: `removeDSStoreFilesInPath:` on a folder that the owner chooses; 2
-    /// without a choice.
+    /// `removeDSStoreFilesInFolder`: the same on what the owner chooses (`promptForFolder`); 2 without a choice.
     std::int32_t removeDSStoreFilesInFolder();
 
     /// `promptForFiles`: files and folders that the owner chooses; nothing without a choice.
     std::optional<std::vector<std::string>> promptForFiles();
-
-    /// `promptForFolder`: one folder that the owner chooses, the first when it answers with more; nothing
-    /// without a choice. An empty list is no answer: it stops the process with a failed assertion.
+    /// `promptForFolder`: one folder that the owner chooses, the first when it answers with more; nothing without a
+    /// choice. An empty list is no answer: it stops the process with a failed assertion.
     std::optional<std::string> promptForFolder();
 
     /// `pathsWithDirectoriesOnly:allowsMultipleSelection:`: what the delegate answers to
-    /// `inputPathsWithDirectoriesOnly:allowsMultipleSelection:`; nothing when it wants to cancel (asked
-    /// first), answers nothing, or is not there.
+    /// `inputPathsWithDirectoriesOnly:allowsMultipleSelection:`; nothing when it wants to cancel (asked first), answers
+    /// nothing, or is not there.
     std::optional<std::vector<std::string>> pathsWithDirectoriesOnly(bool directoriesOnly,
                                                                      bool allowsMultipleSelection);
 
-    /// `homeDirectory`: the home folder of the process's real user (`getuid`) in the password database, never
-    /// of the environment. A user who is not there stops the process with a failed assertion.
+    /// `homeDirectory`: the home folder of the process's real user (`getuid`) in the password database, never of the
+    /// environment. A user who is not there stops the process with a failed assertion.
     std::string homeDirectory();
-
     /// `userLibraryFolder`: "Library" in `homeDirectory`.
     std::string userLibraryFolder();
-
     /// `userTrashitems`: deliberately a new empty list, whatever lies in the trash.
     std::vector<std::string> userTrashitems();
 
@@ -224,14 +210,13 @@ class OVTaskRunner : public OVShellCommandDelegate {
 
     /// `removeCorruptUserPreferences`: `removeCorruptPreferencesInPaths:` on `userLibraryFolder`.
     std::int32_t removeCorruptUserPreferences();
-
-    /// `removeCorruptPreferencesInPaths:`: removes the property lists in folders named "Preferences" at any
-    /// depth beneath the folders that "plutil" finds damaged, and prints each. Paths stand between double
-    /// quotes, nothing in them is escaped; a damaged file whose path holds a blank deliberately stays.
+    /// `removeCorruptPreferencesInPaths:`: removes the property lists in folders named "Preferences" at any depth
+    /// beneath the folders that "plutil" finds damaged, and prints each. A damaged file whose path holds a blank
+    /// deliberately stays.
     std::int32_t removeCorruptPreferencesInPaths(const std::vector<std::string>& paths);
 
-    /// `cleanStaleTemporaryFiles`: removes the files of interrupted free-space erasures beneath
-    /// "/var/folders" and at the top of the volumes in "/Volumes". Prints nothing.
+    /// `cleanStaleTemporaryFiles`: removes the files of interrupted free-space erasures beneath "/var/folders" and at
+    /// the top of the volumes in "/Volumes". Prints nothing.
     std::int32_t cleanStaleTemporaryFiles();
 
     // Applications, restart and shutdown.
@@ -251,20 +236,18 @@ class OVTaskRunner : public OVShellCommandDelegate {
     std::vector<std::shared_ptr<RunningApplication>> runningForegroundApplications();
 
     /// `relaunchApplication:`: `forceQuitApplication:`, 1 second, then a launch of the application's bundle, whose
-    /// success is the result. Blocks for that second.
+    /// success is the result.
     std::int32_t relaunchApplication(const std::shared_ptr<RunningApplication>& application);
 
     /// `relaunchFinder`: by AppleScript, quits the Finder and activates it after 2 seconds.
     std::int32_t relaunchFinder();
-
     /// `relaunchDock`: by AppleScript, asks the Dock to quit; the system starts it again.
     std::int32_t relaunchDock();
-
     /// `relaunchSystemMenu`: "/usr/bin/killall -SIGHUP SystemUIServer", which makes the menu-bar extras start again.
     std::int32_t relaunchSystemMenu();
 
     /// `restartAirport`: switches the wireless network interface off and, after 1.5 seconds, on ("networksetup").
-    /// Returns the status of the second; blocks meanwhile.
+    /// Returns the status of the second.
     std::int32_t restartAirport();
 
     /// `turnOnScreensaver`: launches the screen saver; failure when the workspace did not.
@@ -273,26 +256,20 @@ class OVTaskRunner : public OVShellCommandDelegate {
     /// `restartOrShutdown`: asks the user in a modal panel, then does `restart` or `shutdown`; 2 when the user wants
     /// neither.
     std::int32_t restartOrShutdown();
-
-    /// `restart`: asks the system by AppleScript for a normal restart, which applications can still object to.
+    /// `restart`, `shutdown`: asks the system for it by AppleScript; applications can still object.
     std::int32_t restart();
-
-    /// `shutdown`: the same for a shutdown.
     std::int32_t shutdown();
 
     // Cleaning.
 
     /// `cleanUserCache`: force-deletes what lies in the user's cache folder and in those of sandboxed applications.
     std::int32_t cleanUserCache();
-
     /// `cleanDashboardCache`: force-deletes the Dashboard's cache, then `relaunchDock`; the deletion's status.
     std::int32_t cleanDashboardCache();
 
-    /// `cleanBrowserCache:`: force-deletes the caches of the browser, or of all of them (`kOVBrowsersAll`). Any other
-    /// name deletes nothing and is a success.
+    /// `cleanBrowserCache:`, `cleanBrowserHistory:`: force-deletes the caches or histories of the browser, or of all of
+    /// them (`kOVBrowsersAll`). Any other name deletes nothing and is a success.
     std::int32_t cleanBrowserCache(std::string_view browser);
-
-    /// `cleanBrowserHistory:`: the same for the histories.
     std::int32_t cleanBrowserHistory(std::string_view browser);
 
     /// `cleanDesktop`: moves the visible items of the user's desktop into a new dated folder in the owner's
@@ -300,59 +277,48 @@ class OVTaskRunner : public OVShellCommandDelegate {
     std::int32_t cleanDesktop();
 
     /// `vacuumAppleMailIndex`: compacts every "Envelope Index" beneath the user's Mail folder with `sqlite3` and lists
-    /// them. A home path with blanks deliberately breaks the line.
+    /// them. The folder stands without quotes: a home path with blanks deliberately breaks the line.
     std::int32_t vacuumAppleMailIndex();
 
     /// `rebuildLaunchServices`: rebuilds the Launch Services database, without the lines of error -10811, then
     /// `relaunchFinder`; the line's status.
     std::int32_t rebuildLaunchServices();
 
-    // Large files.
-
     /// `findLargeFilesInPath:`: fills the saved-search template of the application's bundle
     /// ("LargeFilesTemplate.savedSearch") with the owner's `largeFilesSize` and the folder, writes it to the temporary
     /// folder and opens it with the Finder. A failure is told to the owner as one text.
     std::int32_t findLargeFilesInPath(const std::string& path);
 
-    // Memory.
-
     /// `freeMemory`: walks the start-up volume for 20 seconds, so that the system gives memory back, and tells the
     /// owner how much more is free; the walk's status when it is not 0.
     std::int32_t freeMemory();
 
-    // Settings.
+    // Settings. Every toggle ends in a relaunch, whose status is the result: a failed write goes unnoticed.
 
     /// `isDashboardOn`: on when nothing is stored.
     bool isDashboardOn();
-
-    /// `toggleDashboard`, then `relaunchDock`, whose status is the result, as with every toggle: a failed write goes
-    /// unnoticed.
+    /// `toggleDashboard`, then `relaunchDock`.
     std::int32_t toggleDashboard();
 
     /// `showInvisibleFiles`: whether the Finder shows them; off when nothing is stored.
     bool showInvisibleFiles();
-
     /// `toggleInvisibleFiles`, then `relaunchFinder`.
     std::int32_t toggleInvisibleFiles();
 
     /// `showDownloadWarning`: deliberately off when nothing is stored.
     bool showDownloadWarning();
-
     /// `toggleDownloadWarning`, then `relaunchFinder`.
     std::int32_t toggleDownloadWarning();
 
     /// `screenshotFormats`: "JPG", "PNG", "PDF", "TIFF".
     std::vector<std::string> screenshotFormats();
-
     /// `screenshotFormat`: what is stored, in lower case if it was set here; nothing when nothing is.
     std::optional<PropertyListValue> screenshotFormat();
-
     /// `setScreenshotFormat:`: stores the name in lower case, then `relaunchSystemMenu`.
     std::int32_t setScreenshotFormat(std::string_view format);
 
     /// `screenshotHasShadow`: yes when nothing is stored.
     bool screenshotHasShadow();
-
     /// `toggleScreenshotShadow`, then `relaunchSystemMenu`.
     std::int32_t toggleScreenshotShadow();
 
@@ -369,7 +335,6 @@ class OVTaskRunner : public OVShellCommandDelegate {
     /// `restoreItemsFromPasteboard:`: on the `pasteboardServer`; failure when the pasteboard could not be read or the
     /// clipboard not be written to, or there is no server.
     std::int32_t restoreItemsFromPasteboard(const std::shared_ptr<Pasteboard>& pasteboard);
-
     /// `clearPasteboardHistory`: `clearHistory` of the `pasteboardServer`. Always 0.
     std::int32_t clearPasteboardHistory();
 
@@ -382,6 +347,11 @@ class OVTaskRunner : public OVShellCommandDelegate {
         ~Unreleased() {} // NOLINT(modernize-use-equals-default): the defaulted one would not exist
         Value value;
     };
+
+    /// `hasOutputAvailable:` to the delegate; to nobody without one.
+    void tellOwner(std::optional<std::string_view> text) const;
+    /// A path in the `homeDirectory`.
+    std::string inHome(std::string_view path);
 
     OVTaskRunnerServices services_;
     mutable std::mutex properties_;

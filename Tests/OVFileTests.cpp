@@ -138,6 +138,7 @@ TEST_P(OVAtomicFileFailure, LeavesTheOldFileAndNothingElse) {
     const test::Folder folder;
     folder.makeFile("file", kOld);
     test::HookedCalls calls;
+    calls.longestWrite = 65536; // so that there are several
     calls.fail(call, error, 1000, passed);
     EXPECT_EQ(writeFile(folder.at("file"), manyBytes(), calls), error);
     EXPECT_EQ(test::contentsOf(folder.at("file")), kOld);

@@ -1,7 +1,7 @@
 #include "Support/OVLog.h"
 
 #include "Platform/Process.h"
-#include "Support/OVAssert.h"
+#include "Support/OVLog.h"
 #include "Tests/Fakes/RecordingLog.h"
 
 #include <array>

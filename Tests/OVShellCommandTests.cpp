@@ -3,7 +3,6 @@
 #include "Backends/Posix/PosixSystemCalls.h"
 #include "Platform/ChildProcess.h"
 #include "Support/OVText.h"
-#include "Tasks/CommandRunner.h"
 #include "Tests/Fakes/RecordingLog.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "Support/OVTextFile.h"
+#include "Support/OVFile.h"
 
 #include "Tests/TaskRunnerTestSupport.h"
 

@@ -93,11 +93,11 @@ TEST(TextOrNullTest, ShowsNothingAsNull) {
 }
 
 TEST(StringByRemovingTest, RemovesEveryOccurrenceFromLeftToRight) {
-    EXPECT_EQ(stringByRemoving("ab", "xabyabz"), "xyz");
-    EXPECT_EQ(stringByRemoving("ab", "aabb"), "ab") << "what closes up is not looked at again";
-    EXPECT_EQ(stringByRemoving("ab", "ba"), "ba");
-    EXPECT_EQ(stringByRemoving("", "text"), "text");
-    EXPECT_EQ(stringByRemoving("ab", ""), "");
+    EXPECT_EQ(stringByReplacing("ab", "", "xabyabz"), "xyz");
+    EXPECT_EQ(stringByReplacing("ab", "", "aabb"), "ab") << "what closes up is not looked at again";
+    EXPECT_EQ(stringByReplacing("ab", "", "ba"), "ba");
+    EXPECT_EQ(stringByReplacing("", "", "text"), "text");
+    EXPECT_EQ(stringByReplacing("ab", "", ""), "");
 }
 
 TEST(UTF8Test, AcceptsWellFormedText) {

@@ -130,18 +130,17 @@ TEST_F(OrvaneToolTest, TheTableSaysWhichArgumentReachesAShellAndWhichNamesReachR
     Strings inShell;
     Strings byNames;
     for (const std::string_view name : OrvaneTool::taskNames()) {
-        if (OrvaneTool::putsArgumentIntoShellLine(name)) {
+        if (OrvaneTool::inputOfTask(name) == TaskInput::shellText) {
             inShell.emplace_back(name);
         }
-        if (OrvaneTool::deletesByNames(name)) {
+        if (OrvaneTool::inputOfTask(name) == TaskInput::names) {
             byNames.emplace_back(name);
         }
     }
     EXPECT_EQ(inShell, (Strings{"secureEraseFreeSpace"}));
     EXPECT_EQ(byNames, (Strings{"cauc", "rpf", "feat", "secureEmptyTrash"}));
     for (const char* name : {"", "secureErasefreespace", "Feat", "nothing"}) {
-        EXPECT_FALSE(OrvaneTool::putsArgumentIntoShellLine(name)) << name;
-        EXPECT_FALSE(OrvaneTool::deletesByNames(name)) << name;
+        EXPECT_FALSE(OrvaneTool::inputOfTask(name)) << name;
     }
 }
 
@@ -156,11 +155,11 @@ TEST_F(OrvaneToolTest, AnUnknownNameRunsPrintsAndLogsNothing) {
 
 TEST_F(OrvaneToolTest, KnowsTheTasksOfItsTableAndNoOther) {
     for (const std::string_view name : OrvaneTool::taskNames()) {
-        EXPECT_TRUE(OrvaneTool::knowsTask(name)) << name;
+        EXPECT_TRUE(OrvaneTool::inputOfTask(name)) << name;
     }
-    EXPECT_TRUE(OrvaneTool::knowsTask("killProcess 4711"));
+    EXPECT_TRUE(OrvaneTool::inputOfTask("killProcess 4711"));
     for (const char* name : {"", "nothing", "flushdns", "csc ", "killproces"}) {
-        EXPECT_FALSE(OrvaneTool::knowsTask(name)) << name;
+        EXPECT_FALSE(OrvaneTool::inputOfTask(name)) << name;
     }
 }
 

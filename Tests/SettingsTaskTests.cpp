@@ -1,4 +1,4 @@
-#include "Support/OVPropertyList.h"
+#include "Support/OVText.h"
 #include "Tests/RecordedRunner.h"
 
 #include <cmath>

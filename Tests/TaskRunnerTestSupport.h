@@ -4,7 +4,7 @@
 #include "Platform/AppleScript.h"
 #include "Platform/ProcessInfo.h"
 #include "Platform/Volumes.h"
-#include "Tasks/CommandRunner.h"
+#include "Tasks/OVShellCommand.h"
 #include "Tasks/OVTaskDelegate.h"
 #include "Tasks/OVTaskRunner.h"
 #include "Tests/Fakes/FakeServices.h"

@@ -2,8 +2,8 @@
 
 #include "Backends/Posix/PropertyListStrings.h"
 #include "Platform/Executable.h"
+#include "Support/OVFile.h"
 #include "Support/OVLog.h"
-#include "Support/OVTextFile.h"
 
 #include <algorithm>
 #include <cstdlib>

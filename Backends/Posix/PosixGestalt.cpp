@@ -1,7 +1,7 @@
 #include "Backends/Posix/PosixGestalt.h"
 
 #include "Backends/Posix/PropertyListStrings.h"
-#include "Support/OVTextFile.h"
+#include "Support/OVFile.h"
 
 #include <algorithm>
 #include <charconv>
