@@ -30,10 +30,6 @@ std::optional<NSInteger> changeCountOf(const std::shared_ptr<Pasteboard>& pasteb
     return pasteboard != nullptr ? pasteboard->changeCount() : std::nullopt;
 }
 
-bool contains(const OVPasteboardServer::Pasteboards& pasteboards, const std::shared_ptr<Pasteboard>& pasteboard) {
-    return std::find(pasteboards.begin(), pasteboards.end(), pasteboard) != pasteboards.end();
-}
-
 } // namespace
 
 std::shared_ptr<OVPasteboardServer> OVPasteboardServer::create(PasteboardService& service, RunLoop& runLoop,
@@ -53,12 +49,6 @@ std::shared_ptr<OVPasteboardServer> OVPasteboardServer::create(PasteboardService
 OVPasteboardServer::OVPasteboardServer(PasteboardService& service, std::unique_ptr<OVMonitor> monitor)
     : pasteboards_(std::make_shared<Pasteboards>()), previousChangeCount_(changeCountOf(service.generalPasteboard())),
       service_(service), monitor_(std::move(monitor)) {}
-
-OVPasteboardServer::~OVPasteboardServer() = default;
-
-std::shared_ptr<const OVPasteboardServer::Pasteboards> OVPasteboardServer::pasteboards() const {
-    return pasteboards_;
-}
 
 void OVPasteboardServer::pollPasteboard() {
     // Deliberately without the lock. The count is stored after the reading, so that one that failed is done again.
@@ -133,7 +123,9 @@ bool OVPasteboardServer::restoreItemsFromPasteboard(const std::shared_ptr<Pasteb
         const Pasteboards entries = *pasteboards_;
         std::copy_if(entries.begin(), entries.end(), std::back_inserter(removed),
                      [&](const auto& entry) { return restored != nullptr && restored->isEqual(*entry); });
-        std::erase_if(*pasteboards_, [&](const auto& entry) { return contains(removed, entry); });
+        for (const auto& entry : removed) {
+            std::erase(*pasteboards_, entry);
+        }
     }
     return general->clearContents() && general->writeObjects(*copies);
 }

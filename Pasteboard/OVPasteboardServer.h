@@ -49,12 +49,10 @@ class OVPasteboardServer {
 
     OVPasteboardServer(const OVPasteboardServer&) = delete;
     OVPasteboardServer& operator=(const OVPasteboardServer&) = delete;
-    /// `dealloc`: releases the history.
-    ~OVPasteboardServer();
 
     /// `pasteboards`: the history, newest first; always the same object, the live one and deliberately no copy. Read it
     /// on the thread that polls, and while no other thread restores or clears.
-    [[nodiscard]] std::shared_ptr<const Pasteboards> pasteboards() const;
+    [[nodiscard]] std::shared_ptr<const Pasteboards> pasteboards() const { return pasteboards_; }
 
     /// `pollPasteboard:`, the timer's action: `readItemsFromPasteboard` if the general pasteboard's change count is
     /// another than at the last reading, larger or not. A reading that failed is done again by the next poll.

@@ -2,6 +2,7 @@
 
 #include "Support/OVLog.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 #include <vector>
@@ -25,10 +26,6 @@ OVAuthorization::~OVAuthorization() {
     deauthenticate();
 }
 
-const std::optional<std::string>& OVAuthorization::toolPath() const {
-    return toolPath_;
-}
-
 void OVAuthorization::setToolPath(std::optional<std::string> path) {
     toolPath_ = std::move(path);
     isAuthenticated_ = false;
@@ -42,18 +39,12 @@ std::int32_t OVAuthorization::authenticate() {
     const char* const tool = toolRepresentation();
     const AuthorizationItem right = {
         .name = kAdministratorRight, .valueLength = tool != nullptr ? std::strlen(tool) : 0, .value = tool, .flags = 0};
-    if (authRef_ == nullptr) {
-        const std::int32_t status = services_.create(kAskAndExtend, &authRef_);
-        if (status != kAuthorizationSuccess) {
-            return status;
-        }
+    std::int32_t status = authRef_ == nullptr ? services_.create(kAskAndExtend, &authRef_) : kAuthorizationSuccess;
+    if (status == kAuthorizationSuccess) {
+        status = services_.copyRights(authRef_, right, kAskAndExtend);
+        isAuthenticated_ = isAuthenticated_ || status == kAuthorizationSuccess; // a refusal takes nothing away
     }
-    const std::int32_t status = services_.copyRights(authRef_, right, kAskAndExtend);
-    if (status != kAuthorizationSuccess) {
-        return status; // with the reference and the flag as they are
-    }
-    isAuthenticated_ = true;
-    return kAuthorizationSuccess;
+    return status;
 }
 
 std::int32_t OVAuthorization::deauthenticate() {
@@ -65,14 +56,11 @@ std::int32_t OVAuthorization::deauthenticate() {
 }
 
 std::int32_t OVAuthorization::runWithPriviliges(char* const* arguments) {
-    if (!isAuthenticated_) {
-        const std::int32_t status = authenticate();
-        if (status != kAuthorizationSuccess) {
-            return status;
-        }
+    std::int32_t status = isAuthenticated_ ? kAuthorizationSuccess : authenticate();
+    if (status != kAuthorizationSuccess) {
+        return status;
     }
-    const std::int32_t status =
-        services_.executeWithPrivileges(authRef_, toolRepresentation(), kAuthorizationDefaults, arguments);
+    status = services_.executeWithPrivileges(authRef_, toolRepresentation(), kAuthorizationDefaults, arguments);
     // Deliberate: `wait`, for any child, once, whether or not one was started.
     int ignored = 0;
     calls_.waitpid(-1, &ignored, 0);
@@ -81,21 +69,15 @@ std::int32_t OVAuthorization::runWithPriviliges(char* const* arguments) {
 
 std::int32_t OVAuthorization::runProgram(const char* program, std::initializer_list<const char*> arguments) {
     // Copies: an argument may be the very tool path that is about to change.
-    std::vector<std::string> copies;
-    copies.reserve(arguments.size());
-    for (const char* const* next = arguments.begin(); next != arguments.end() && *next != nullptr; ++next) {
-        copies.emplace_back(*next);
+    const std::vector<std::string> copies(arguments.begin(), std::find(arguments.begin(), arguments.end(), nullptr));
+    std::vector<char*> pointers;
+    for (const std::string& copy : copies) {
+        pointers.push_back(const_cast<char*>(copy.c_str())); // NOLINT(cppcoreguidelines-pro-type-const-cast)
     }
-    std::vector<char*> vector;
-    vector.reserve(copies.size() + 1);
-    for (std::string& copy : copies) {
-        vector.push_back(copy.data());
-    }
-    vector.push_back(nullptr);
-
+    pointers.push_back(nullptr);
     std::optional<std::string> saved = toolPath_;
     setToolPath(program);
-    const std::int32_t status = runWithPriviliges(vector.data());
+    const std::int32_t status = runWithPriviliges(pointers.data());
     setToolPath(std::move(saved));
     return status;
 }
@@ -129,9 +111,8 @@ std::int32_t OVAuthorization::runToolWithPriviliges(const std::optional<std::str
     status = authorization.deauthenticate();
     if (status != kAuthorizationSuccess) {
         OVLog("Authentication: runToolWithPriviliges: error %d deauthenticating, will abort", status);
-        return status;
     }
-    return kAuthorizationSuccess;
+    return status;
 }
 
 } // namespace orvane

@@ -19,13 +19,6 @@ constexpr std::size_t kNumberRoom = 512;
 
 constexpr std::string_view kDigits = "0123456789";
 
-/// What stands between "%" and its letter, without the position.
-struct Conversion {
-    std::string printfFormat; ///< as `snprintf` takes it, length modifiers left out
-    char type;
-    bool plain; ///< neither flags nor width nor precision nor length
-};
-
 /// Takes the characters of `set` from the front of `text`.
 std::string_view take(std::string_view& text, std::string_view set) {
     const std::string_view taken = text.substr(0, text.find_first_not_of(set));
@@ -33,8 +26,9 @@ std::string_view take(std::string_view& text, std::string_view set) {
     return taken;
 }
 
-/// Reads what follows a "%" up to its letter. Nothing for what is cut off, too wide or too long.
-std::optional<Conversion> takeConversion(std::string_view& text) {
+/// Reads what follows a "%" and a position, up to its letter. Returns it as `snprintf` takes it, length modifiers left
+/// out; nothing for what is cut off, too wide or too long, or a text that is not asked for plainly.
+std::optional<std::string> takeConversion(std::string_view& text) {
     const std::string_view start = text;
     const std::string_view flags = take(text, "-+ #0'");
     const std::string_view width = take(text, kDigits);
@@ -43,20 +37,21 @@ std::optional<Conversion> takeConversion(std::string_view& text) {
         text.remove_prefix(1);
         precision = take(text, kDigits);
     }
-    std::string format = "%" + std::string(start.substr(0, start.size() - text.size()));
-    std::erase(format, '\''); // groups of digits are not asked of the C library, whose locale is not the user's
+    std::string conversion = "%" + std::string(start.substr(0, start.size() - text.size()));
+    std::erase(conversion, '\''); // groups of digits are not asked of the C library, whose locale is not the user's
     take(text, "hlqjztL");
-    if (text.empty() || flags.size() > kMostFlags || width.size() > kMostDigits || precision.size() > kMostDigits) {
+    if (text.empty() || flags.size() > kMostFlags || width.size() > kMostDigits || precision.size() > kMostDigits ||
+        (text.front() == '@' && text.size() != start.size())) {
         return std::nullopt;
     }
-    const char type = text.front();
-    const bool plain = text.size() == start.size();
+    conversion.push_back(text.front());
     text.remove_prefix(1);
-    return Conversion{format + type, type, plain};
+    return conversion;
 }
 
-/// Copies the format, and puts in what `render` makes of each conversion.
-template <typename Render> std::optional<std::string> filled(std::string_view format, const Render& render) {
+/// Copies the format, and puts in what `render` makes of each conversion, which must be to one of the types.
+template <typename Render>
+std::optional<std::string> filled(std::string_view format, std::string_view types, const Render& render) {
     std::string result;
     int plainOnes = 0;
     int numberedOnes = 0;
@@ -71,10 +66,11 @@ template <typename Render> std::optional<std::string> filled(std::string_view fo
         const bool isNumbered = format.starts_with("1$");
         format.remove_prefix(isNumbered ? 2 : 0);
         ++(isNumbered ? numberedOnes : plainOnes);
-        const std::optional<Conversion> conversion = takeConversion(format);
-        if (!conversion || !render(*conversion, result)) {
+        const std::optional<std::string> conversion = takeConversion(format);
+        if (!conversion || types.find(conversion->back()) == std::string_view::npos) {
             return std::nullopt;
         }
+        result.append(render(*conversion));
     }
     result.append(format);
     // A second unnumbered one would ask for a second value.
@@ -82,11 +78,11 @@ template <typename Render> std::optional<std::string> filled(std::string_view fo
     return oneValue ? std::optional(std::move(result)) : std::nullopt;
 }
 
-template <typename Value> std::string printed(const Conversion& conversion, Value value) {
+template <typename Value> std::string printed(const std::string& conversion, Value value) {
     std::array<char, kNumberRoom> room = {};
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral" // put together above, of one conversion that fits the value
-    static_cast<void>(std::snprintf(room.data(), room.size(), conversion.printfFormat.c_str(), value));
+    static_cast<void>(std::snprintf(room.data(), room.size(), conversion.c_str(), value));
 #pragma GCC diagnostic pop
     return room.data();
 }
@@ -101,48 +97,30 @@ void setDecimalSeparator(std::string& number, std::string_view separator) {
     number.replace(start, end == std::string::npos ? end : end - start, separator);
 }
 
-/// The same for conversions of these types to a number.
-template <typename Render>
-std::optional<std::string> filledWithNumber(std::string_view format, std::string_view types, std::string_view zeroDigit,
-                                            const Render& render) {
-    return filled(format, [&](const Conversion& conversion, std::string& result) {
-        if (types.find(conversion.type) == std::string_view::npos) {
-            return false;
-        }
-        std::string number = render(conversion);
-        localizeDigits(number, zeroDigit);
-        result.append(number);
-        return true;
-    });
-}
-
 } // namespace
 
 std::optional<std::string> stringWithFormat(std::string_view format, std::string_view argument) {
-    return filled(format, [&](const Conversion& conversion, std::string& result) {
-        if (conversion.type != '@' || !conversion.plain) {
-            return false;
-        }
-        result.append(argument);
-        return true;
-    });
+    return filled(format, "@", [&](const std::string& /*conversion*/) { return argument; });
 }
 
 std::optional<std::string> localizedStringWithFormat(std::string_view format, std::int32_t argument,
                                                      std::string_view zeroDigit) {
-    return filledWithNumber(format, "diu", zeroDigit, [&](const Conversion& conversion) {
-        return conversion.type == 'u' ? printed(conversion, static_cast<std::uint32_t>(argument))
-                                      : printed(conversion, argument);
+    return filled(format, "diu", [&](const std::string& conversion) {
+        std::string number = conversion.back() == 'u' ? printed(conversion, static_cast<std::uint32_t>(argument))
+                                                      : printed(conversion, argument);
+        localizeDigits(number, zeroDigit);
+        return number;
     });
 }
 
 std::optional<std::string> localizedStringWithFormat(std::string_view format, double argument,
                                                      std::string_view decimalSeparator, std::string_view zeroDigit) {
-    return filledWithNumber(format, "fFeEgG", zeroDigit, [&](const Conversion& conversion) {
+    return filled(format, "fFeEgG", [&](const std::string& conversion) {
         std::string number = printed(conversion, argument);
         if (std::isfinite(argument)) {
             setDecimalSeparator(number, decimalSeparator);
         }
+        localizeDigits(number, zeroDigit);
         return number;
     });
 }

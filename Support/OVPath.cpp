@@ -28,12 +28,6 @@ template <typename LookUp> std::optional<std::string> homeDirectory(LookUp lookU
     }
 }
 
-std::optional<std::string> homeDirectoryOfUserNamed(const std::string& name) {
-    return homeDirectory([&](passwd* account, char* room, std::size_t size, passwd** found) {
-        return ::getpwnam_r(name.c_str(), account, room, size, found);
-    });
-}
-
 } // namespace
 
 std::string lastPathComponent(std::string_view path) {
@@ -61,13 +55,12 @@ std::string stringByExpandingTildeInPath(std::string_view path, SystemCalls& cal
     if (!path.starts_with('~')) {
         return std::string(path);
     }
-    const std::size_t slash = path.find('/');
-    const std::string_view name = path.substr(1, slash == std::string_view::npos ? slash : slash - 1);
-    const auto home = name.empty() ? homeDirectoryOfUser(calls.getuid()) : homeDirectoryOfUserNamed(std::string(name));
-    if (!home) {
-        return std::string(path);
-    }
-    return stringByAppendingPathComponent(*home, path.substr(name.size() + 1));
+    const std::string_view name = path.substr(1, path.find('/') - 1);
+    const auto userNamed = [user = std::string(name)](passwd* account, char* room, std::size_t size, passwd** found) {
+        return ::getpwnam_r(user.c_str(), account, room, size, found);
+    };
+    const auto home = name.empty() ? homeDirectoryOfUser(calls.getuid()) : homeDirectory(userNamed);
+    return home ? stringByAppendingPathComponent(*home, path.substr(name.size() + 1)) : std::string(path);
 }
 
 std::optional<std::string> homeDirectoryOfUser(uid_t userID) {

@@ -2,6 +2,7 @@
 
 #include "Helpers/NSFileManager+Globbing.h"
 #include "Helpers/NSFileManager+TemporaryDirectory.h"
+#include "Pasteboard/OVPasteboardServer.h"
 #include "Support/OVFile.h"
 #include "Support/OVLog.h"
 #include "Support/OVPath.h"
@@ -112,6 +113,18 @@ void OVTaskRunner::tellOwner(std::optional<std::string_view> text) const {
 bool OVTaskRunner::shellCommandShouldCancel() {
     const auto owner = delegate();
     return owner != nullptr && owner->shouldCancel();
+}
+
+std::int32_t OVTaskRunner::restoreItemsFromPasteboard(const std::shared_ptr<Pasteboard>& pasteboard) {
+    const auto server = pasteboardServer();
+    return server != nullptr && server->restoreItemsFromPasteboard(pasteboard) ? kTaskSuccess : kTaskFailure;
+}
+
+std::int32_t OVTaskRunner::clearPasteboardHistory() {
+    if (const auto server = pasteboardServer()) {
+        server->clearHistory();
+    }
+    return kTaskSuccess;
 }
 
 } // namespace orvane
