@@ -6,19 +6,11 @@
 
 namespace orvane::UniqueDestination {
 
-namespace {
-
-bool isThere(const std::string& path, SystemCalls& calls) {
-    struct stat status = {};
-    return calls.lstat(path.c_str(), &status) == 0;
-}
-
-} // namespace
-
 std::string findUniqueDestinationForFile(std::string_view name, std::string_view inDirectory, SystemCalls& calls) {
     const std::string first = stringByAppendingPathComponent(inDirectory, name);
     std::string path = first;
-    for (std::uint64_t number = 2; isThere(path, calls); ++number) {
+    struct stat status = {};
+    for (std::uint64_t number = 2; calls.lstat(path.c_str(), &status) == 0; ++number) {
         path = first + " " + std::to_string(number);
     }
     return path;

@@ -36,13 +36,12 @@ class OVPasteboardServer {
     using Pasteboards = std::vector<std::shared_ptr<Pasteboard>>;
 
     /// `init`: never null. Takes the clipboard's present content as the first entry and then has the run loop poll
-    /// every 0.25 seconds.
+    /// every 0.25 seconds; without a run loop the history stays as it was made.
     ///
     /// The timer keeps its target and nothing ever stops it, deliberately: `runLoop` gets an action that holds the
-    /// server, which so lives and polls as long as the run loop does. A run loop that drops the action and calls
-    /// `pollPasteboard` by other means, on this thread, leaves the server to whoever holds the result. Where there is
-    /// no run loop the history stays as it was made. `service` must outlive the server. `monitor` is the lock around
-    /// the history; null is one of its own.
+    /// server. A run loop that drops the action and calls `pollPasteboard` by other means, on this thread, leaves the
+    /// server to whoever holds the result. `service` must outlive the server. `monitor` is the lock around the history;
+    /// null is one of its own.
     static std::shared_ptr<OVPasteboardServer> create(PasteboardService& service = PasteboardService::platform(),
                                                       RunLoop& runLoop = RunLoop::current(),
                                                       std::unique_ptr<OVMonitor> monitor = nullptr);

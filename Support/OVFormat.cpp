@@ -14,9 +14,6 @@ namespace {
 constexpr std::size_t kMostDigits = 2;
 constexpr std::size_t kMostFlags = 6;
 
-/// Room for the longest number: all digits of the largest double, a sign, a separator and 99 decimals.
-constexpr std::size_t kNumberRoom = 512;
-
 constexpr std::string_view kDigits = "0123456789";
 
 /// Takes the characters of `set` from the front of `text`.
@@ -79,7 +76,7 @@ std::optional<std::string> filled(std::string_view format, std::string_view type
 }
 
 template <typename Value> std::string printed(const std::string& conversion, Value value) {
-    std::array<char, kNumberRoom> room = {};
+    std::array<char, 512> room = {}; // for all digits of the largest double, a sign, a separator and 99 decimals
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral" // put together above, of one conversion that fits the value
     static_cast<void>(std::snprintf(room.data(), room.size(), conversion.c_str(), value));

@@ -36,11 +36,9 @@ std::string inEnglish(std::string_view key, double value, std::string_view decim
 /// The text with the key `key` and the values put in; in English where there is no usable translation.
 template <typename... Values> std::string filledIn(Bundle& bundle, std::string_view key, const Values&... values) {
     const std::string format = bundle.localizedString(key);
-    if (format == key) { // the usual case, without reading the format
-        return inEnglish(key, values...);
-    }
-    std::optional<std::string> text = localizedStringWithFormat(format, values...);
-    return text ? std::move(*text) : inEnglish(key, values...);
+    // The key itself is the usual answer, whose format need not be read.
+    const auto text = format == key ? std::nullopt : localizedStringWithFormat(format, values...);
+    return text ? *text : inEnglish(key, values...);
 }
 
 } // namespace

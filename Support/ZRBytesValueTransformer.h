@@ -34,10 +34,10 @@ class ZRBytesValueTransformer {
     /// `+allowsReverseTransformation`: no.
     static constexpr bool allowsReverseTransformation() { return false; }
 
-    /// `mode`: which kilo. 1: 1024. 2: 1000. Any other, as the 0 at the start: the system's own, 1000 from 10.6 on
+    /// `mode`, `setMode:`: which kilo. 1: 1024. 2: 1000. Any other, as the 0 at the start: the system's own, 1000
+    /// from 10.6 on
     /// (`SystemIsSnowLeopardOrLater`), before it 1024.
     [[nodiscard]] std::int32_t mode() const { return mode_; }
-    /// `setMode:`
     void setMode(std::int32_t mode) { mode_ = mode; }
 
     /// `kilobyteSize`: the kilo of the mode, found out anew by every call.
@@ -47,10 +47,7 @@ class ZRBytesValueTransformer {
     /// nothing.
     template <OVByteCount Number>
     [[nodiscard]] std::optional<std::string> transformedValue(const std::optional<Number>& number) const {
-        if (!number) {
-            return std::nullopt;
-        }
-        return text(number->unsignedIntegerValue(), number->floatValue());
+        return number ? std::optional(transformedValue(*number)) : std::nullopt;
     }
     /// The same for a number that is there.
     template <OVByteCount Number> [[nodiscard]] std::string transformedValue(const Number& number) const {

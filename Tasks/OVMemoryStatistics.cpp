@@ -6,11 +6,9 @@ namespace orvane {
 
 namespace {
 
-constexpr std::int64_t kUnknown = -1;
-
-std::int64_t complain(const char* text) {
-    static_cast<void>(std::fputs(text, stderr)); // deliberately without a newline
-    return kUnknown;
+std::int64_t unknown(const char* reason) {
+    static_cast<void>(std::fputs(reason, stderr)); // deliberately without a newline
+    return -1;
 }
 
 } // namespace
@@ -18,11 +16,11 @@ std::int64_t complain(const char* text) {
 std::int64_t OVMemoryStatistics::freeMemoryCount(HostMemory& memory) {
     const auto pageSize = memory.pageSize();
     if (!pageSize) {
-        return complain("getting page size");
+        return unknown("getting page size");
     }
     const auto freePages = memory.freePages();
     if (!freePages) {
-        return complain("failed to get VM statistics");
+        return unknown("failed to get VM statistics");
     }
     return std::int64_t{*pageSize} * std::int64_t{*freePages};
 }

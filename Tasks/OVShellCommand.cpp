@@ -46,23 +46,20 @@ struct ChildPlan {
 void reportError(const ChildPlan& plan, const char* label) {
     std::array<char, 256> line = {};
     std::size_t length = 0;
-    const auto append = [&](const char* text) {
+    const char* const description = childErrorDescription(errno);
+    for (const char* text : {label, ": ", description}) {
         while (*text != '\0' && length < line.size() - 1) {
             line[length++] = *text++;
         }
-    };
-    const char* const description = childErrorDescription(errno);
-    append(label);
-    append(": ");
-    append(description);
+    }
     line[length++] = '\n';
-    std::size_t written = 0;
-    while (written < length) {
-        const ssize_t count = plan.calls.write(plan.program.standardError, line.data() + written, length - written);
+    std::string_view rest(line.data(), length);
+    while (!rest.empty()) {
+        const ssize_t count = plan.calls.write(plan.program.standardError, rest.data(), rest.size());
         if (count < 0 && errno != EINTR) {
             return;
         }
-        written += count > 0 ? static_cast<std::size_t>(count) : 0;
+        rest.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : 0);
     }
 }
 

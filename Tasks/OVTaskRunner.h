@@ -114,11 +114,10 @@ class OVTaskRunner : public OVShellCommandDelegate {
 
     /// `runBashCommand:onItemsAtPaths:`: runs the command, a program with leading options, once for each path with the
     /// path as its last argument, in the order of the list, by `xargs` from a list file ("files-to-remove.txt",
-    /// readable by the user alone). An empty list runs nothing and is a success.
+    /// readable by the user alone); without the whole file on disk nothing is run. An empty list is a success.
     ///
-    /// Without a whole list file on disk nothing is run: failure. The list file is removed, its new temporary folder
-    /// deliberately stays. A newline, quote character, backslash or leading blank in a path is deliberately not
-    /// protected: `xargs` sees other paths then.
+    /// The list file is removed, its new temporary folder deliberately stays. A newline, quote character, backslash or
+    /// leading blank in a path is deliberately not protected: `xargs` sees other paths then.
     std::int32_t runBashCommand(std::string_view command, const std::vector<std::string>& onItemsAtPaths);
 
     /// `runAppleScript:`: runs the source; nothing reaches the delegate. Returns 0 or 1.
@@ -226,13 +225,12 @@ class OVTaskRunner : public OVShellCommandDelegate {
     /// the Finder. Always 0.
     std::int32_t quitAllApplications();
 
-    /// `forceQuitApplication:`: ends the application's process at once (`kill` with `SIGKILL`). Failure for an
-    /// application that has ended or is null, and for any process identifier of 0 or less, which `kill` would take for
-    /// a whole process group or for everybody: nothing is signalled then.
+    /// `forceQuitApplication:`: ends the application's process at once (`kill` with `SIGKILL`). Failure without a
+    /// signal for one that has ended or is null: `kill` would take an identifier of 0 or less for many processes.
     std::int32_t forceQuitApplication(const std::shared_ptr<RunningApplication>& application);
 
-    /// `runningForegroundApplications`: the running applications with a Dock icon and a menu bar
-    /// (`kActivationPolicyRegular`), in the workspace's order.
+    /// `runningForegroundApplications`: those with a Dock icon and a menu bar (`kActivationPolicyRegular`), in the
+    /// workspace's order.
     std::vector<std::shared_ptr<RunningApplication>> runningForegroundApplications();
 
     /// `relaunchApplication:`: `forceQuitApplication:`, 1 second, then a launch of the application's bundle, whose
@@ -299,17 +297,14 @@ class OVTaskRunner : public OVShellCommandDelegate {
     bool isDashboardOn();
     /// `toggleDashboard`, then `relaunchDock`.
     std::int32_t toggleDashboard();
-
     /// `showInvisibleFiles`: whether the Finder shows them; off when nothing is stored.
     bool showInvisibleFiles();
     /// `toggleInvisibleFiles`, then `relaunchFinder`.
     std::int32_t toggleInvisibleFiles();
-
     /// `showDownloadWarning`: deliberately off when nothing is stored.
     bool showDownloadWarning();
     /// `toggleDownloadWarning`, then `relaunchFinder`.
     std::int32_t toggleDownloadWarning();
-
     /// `screenshotFormats`: "JPG", "PNG", "PDF", "TIFF".
     std::vector<std::string> screenshotFormats();
     /// `screenshotFormat`: what is stored, in lower case if it was set here; nothing when nothing is.
@@ -322,8 +317,7 @@ class OVTaskRunner : public OVShellCommandDelegate {
     /// `toggleScreenshotShadow`, then `relaunchSystemMenu`.
     std::int32_t toggleScreenshotShadow();
 
-    /// `objectForKey:defaults:`: the value in the persistent domain of that name; nothing without the domain or the
-    /// key.
+    /// `objectForKey:defaults:`: the value in the persistent domain of that name; nothing without domain or key.
     std::optional<PropertyListValue> objectForKey(const std::string& key, const std::string& defaults);
 
     /// `setObject:forKey:defaults:`: stores the value in the persistent domain of that name, which is made when there
