@@ -10,12 +10,10 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <pwd.h>
-#include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
-#include <utility>
 
 extern char** environ; // NOLINT(readability-redundant-declaration): POSIX leaves it to the program
 
@@ -62,19 +60,28 @@ void cancelTimers() {
     }
 }
 
-/// Ignored and blocked signals outlive exec, and so do pending ones, which ignoring drops before they are unblocked.
+/// The first signal of those that no program of the system's gives a meaning of its own.
+constexpr int kFirstRealTimeSignal = 32;
+
+void setDefaultActions(int first, int end) {
+    for (int number = first; number < end; ++number) {
+        static_cast<void>(::signal(number, SIG_DFL)); // refused for those that are not the program's to change
+    }
+}
+
+/// Ignored and blocked signals outlive exec, and so do pending ones, which ignoring drops before they are unblocked. An
+/// ignored real-time signal can wait until something is executed.
 void resetSignals() {
     // These are macros on some systems, hence no ::.
     sigset_t pending;
     sigemptyset(&pending);
     ::sigpending(&pending);
     for (int number = 1; number < NSIG; ++number) {
-        // Refused for those that cannot be changed or that the C library keeps for itself.
         if (sigismember(&pending, number) == 1) {
             static_cast<void>(::signal(number, SIG_IGN));
         }
-        static_cast<void>(::signal(number, SIG_DFL));
     }
+    setDefaultActions(1, kFirstRealTimeSignal);
     sigset_t all;
     sigfillset(&all);
     ::sigprocmask(SIG_UNBLOCK, &all, nullptr); // NOLINT(concurrency-mt-unsafe): there is one thread
@@ -88,28 +95,30 @@ bool isKeptName(std::string_view name) {
             name.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ", kCategory.size()) == std::string_view::npos);
 }
 
-/// Sets a variable that is not there yet.
-void addVariable(const std::string& name, const char* value) {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is one thread
-    if (::setenv(name.c_str(), value, 0) != 0) {
-        refuse("cannot set the environment");
-    }
-}
-
-/// The tool's commands see a path of the system's folders and the caller's names of locale and terminal.
+/// The tool's commands see a path of the system's folders and the caller's names of locale and terminal, each once.
 void rebuildEnvironment() {
-    // More than there are. Without a limit the caller could leave too little room for a command's own arguments.
-    int left = 32;
-    static constinit char* nothing = nullptr;
-    char** const callers = std::exchange(environ, &nothing);
-    addVariable("PATH", "/usr/bin:/bin:/usr/sbin:/sbin");
-    for (char** entry = callers; entry != nullptr && *entry != nullptr && left > 0; ++entry) {
+    static constinit char path[] = "PATH=/usr/bin:/bin:/usr/sbin:/sbin";
+    // Room for more than there are, but not for so many that a command's own arguments would be too long.
+    static constinit std::array<char*, 34> variables = {path}; // the last one is always null
+    auto end = variables.begin() + 1;
+    for (char** entry = environ; entry != nullptr && *entry != nullptr && end != variables.end() - 1; ++entry) {
         const std::string_view text = *entry;
         const std::string_view name = text.substr(0, text.find('='));
-        if (name.size() < text.size() && isKeptName(name) && isHarmlessEnvironmentValue(text.substr(name.size() + 1))) {
-            addVariable(std::string(name), *entry + name.size() + 1);
-            --left;
+        const auto isSame = [&](const char* other) {
+            return std::string_view(other).starts_with(text.substr(0, name.size() + 1));
+        };
+        if (name.size() < text.size() && isKeptName(name) && isHarmlessEnvironmentValue(text.substr(name.size() + 1)) &&
+            std::none_of(variables.begin(), end, isSame)) {
+            *end++ = *entry;
         }
+    }
+    environ = variables.data();
+}
+
+void setVariable(const char* name, const char* value) {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): there is one thread
+    if (::setenv(name, value, 1) != 0) {
+        refuse("cannot set the environment");
     }
 }
 
@@ -173,11 +182,11 @@ uid_t secureProcessFromCaller() {
     }
     cancelTimers();
     resetSignals();
+    rebuildEnvironment();
     // A caller's low limit must not cut a list or a file short in the middle of a task.
     const rlimit noCore = {0, 0};
     ::setrlimit(RLIMIT_CORE, &noCore);
     std::for_each(kLimits.begin(), kLimits.end(), raiseLimit);
-    rebuildEnvironment();
     secureDescriptors();
     ::umask(022);
     if (!enterEmptyFolder() && ::chdir("/") != 0) {
@@ -191,12 +200,13 @@ void prepareForTask(uid_t realUserID) {
         return;
     }
     refuseLowLimits();
+    setDefaultActions(kFirstRealTimeSignal, NSIG);
     const passwd* const account = ::getpwuid(realUserID); // NOLINT(concurrency-mt-unsafe): there is one thread
     const bool hasHome = account != nullptr && account->pw_dir != nullptr && account->pw_dir[0] == '/';
-    addVariable("HOME", hasHome ? account->pw_dir : "/"); // else no folder of anybody's
+    setVariable("HOME", hasHome ? account->pw_dir : "/"); // else no folder of anybody's
     if (account != nullptr && account->pw_name != nullptr) {
-        addVariable("USER", account->pw_name);
-        addVariable("LOGNAME", account->pw_name);
+        setVariable("USER", account->pw_name);
+        setVariable("LOGNAME", account->pw_name);
     }
 }
 

@@ -10,15 +10,16 @@
 /// own settings are left alone.
 namespace orvane {
 
-/// Makes the process safe when the real user is not root: timers, signals, limits, environment, descriptors, umask and
+/// Makes the process safe when the real user is not root: timers, signals, environment, limits, descriptors, umask and
 /// working directory, in that order. Must be the process's first act.
 ///
 /// Returns the real user id, which `setuid(0)` will overwrite. Ends the process with status 1 when it cannot be made
 /// safe.
 uid_t secureProcessFromCaller();
 
-/// The rest of it, for a process in which a task will run: `HOME`, `USER` and `LOGNAME` of the real user, from the
-/// password database, whose look-up reads files and may load code.
+/// The rest of it, for a process in which a task will run, so that no other start pays for it: real-time signals, and
+/// `HOME`, `USER` and `LOGNAME` of the real user, from the password database, whose look-up reads files and may load
+/// code.
 ///
 /// Ends the process with status 1 when a limit of the caller's that could not be raised is so low that a task could
 /// lose a file for it.

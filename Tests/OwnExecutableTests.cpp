@@ -209,6 +209,7 @@ TEST_F(OwnExecutableTest, WhoCannotBecomeRootIsToldSoBeforeTheFileIsLookedAt) {
 }
 
 TEST_F(OwnExecutableTest, AChangeThatFailsIsLoggedWhenTheProcessIsTheUsersAgain) {
+    calls.fail("close", EIO); // whose error is not the change's
     calls.fail("fchmod", EROFS);
     EXPECT_EQ(repair(), EROFS);
     EXPECT_EQ(calls.realUser, 501U);
