@@ -11,9 +11,6 @@ namespace orvane {
 
 namespace {
 
-constexpr std::string_view kCalculatingSize = "Calculating size...";
-constexpr std::string_view kOneByte = "%i byte";
-constexpr std::string_view kBytes = "%i bytes";
 constexpr std::array<std::string_view, 4> kUnits = {"%1.1f KB", "%1.1f MB", "%1.1f GB", "%1.1f TB"};
 
 constexpr std::int32_t kModeBinary = 1;
@@ -63,15 +60,15 @@ std::string ZRBytesValueTransformer::formatBytes(std::uint64_t bytes, Bundle& bu
 
 std::string ZRBytesValueTransformer::text(NSUInteger count, float value) const {
     if (count == ZRBytesValueTransformerCalculatingSize) {
-        return bundle_.localizedString(kCalculatingSize);
+        return bundle_.localizedString("Calculating size...");
     }
     const std::uint64_t kilo = kilobyteSize();
     if (count == 1) {
-        return filledIn(bundle_, kOneByte, std::int32_t{1}, locale_.zeroDigit());
+        return filledIn(bundle_, "%i byte", std::int32_t{1}, locale_.zeroDigit());
     }
     // Deliberately the machine word: on a 32-bit build 2^32 counts as 0 here.
     if (count < kilo) {
-        return filledIn(bundle_, kBytes, static_cast<std::int32_t>(count), locale_.zeroDigit());
+        return filledIn(bundle_, "%i bytes", static_cast<std::int32_t>(count), locale_.zeroDigit());
     }
     // Deliberately single precision, which may show another tenth than the exact quotient has.
     const auto singleKilo = static_cast<float>(kilo);

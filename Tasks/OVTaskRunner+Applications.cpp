@@ -15,11 +15,6 @@ constexpr const char* kScreenSaver =
 /// The last AppKit under which the wireless network interface was called "AirPort": that of Mac OS X 10.6.
 constexpr double kLastAppKitWithAirPort = 1038.0;
 
-constexpr const char* kRestartTitle = "The task requires that you restart your computer.";
-constexpr const char* kRestartMessage =
-    "It is strongly recommended that you restart your computer to avoid problems with your system. Click Restart to "
-    "complete the task and restart.";
-
 std::int32_t statusOf(bool done) {
     return done ? kTaskSuccess : kTaskFailure;
 }
@@ -98,8 +93,9 @@ std::int32_t OVTaskRunner::turnOnScreensaver() {
 std::int32_t OVTaskRunner::restartOrShutdown() {
     Bundle& bundle = services_.bundle();
     const AlertPanelTexts texts = {
-        .title = bundle.localizedString(kRestartTitle),
-        .message = bundle.localizedString(kRestartMessage),
+        .title = bundle.localizedString("The task requires that you restart your computer."),
+        .message = bundle.localizedString("It is strongly recommended that you restart your computer to avoid problems "
+                                          "with your system. Click Restart to complete the task and restart."),
         .defaultButton = bundle.localizedString("Restart"),
         .alternateButton = bundle.localizedString("Cancel"),
         .otherButton = bundle.localizedString("Shut Down"),

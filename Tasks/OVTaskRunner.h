@@ -172,7 +172,6 @@ class OVTaskRunner : public OVShellCommandDelegate {
     /// `secureDeleteFiles`, `forceDeleteFiles`: deletes what the owner chooses (`promptForFiles`); 2 without a choice.
     std::int32_t secureDeleteFiles();
     std::int32_t forceDeleteFiles();
-
     /// `secureEmptyTrash`, `forceEmptyTrash`: deletes `userTrashitems`.
     std::int32_t secureEmptyTrash();
     std::int32_t forceEmptyTrash();
@@ -247,7 +246,6 @@ class OVTaskRunner : public OVShellCommandDelegate {
     /// `restartAirport`: switches the wireless network interface off and, after 1.5 seconds, on ("networksetup").
     /// Returns the status of the second.
     std::int32_t restartAirport();
-
     /// `turnOnScreensaver`: launches the screen saver; failure when the workspace did not.
     std::int32_t turnOnScreensaver();
 
