@@ -71,6 +71,7 @@ std::int32_t OVAuthorization::runProgram(const char* program, std::initializer_l
     // Copies: an argument may be the very tool path that is about to change.
     const std::vector<std::string> copies(arguments.begin(), std::find(arguments.begin(), arguments.end(), nullptr));
     std::vector<char*> pointers;
+    pointers.reserve(copies.size() + 1);
     for (const std::string& copy : copies) {
         pointers.push_back(const_cast<char*>(copy.c_str())); // NOLINT(cppcoreguidelines-pro-type-const-cast)
     }
