@@ -66,7 +66,7 @@ double timeOfRunner(orvane::OVTaskRunner& runner, std::size_t expected) {
     }
     std::size_t ours = 0;
     for (const auto& one : *volumes) {
-        if (one.path().starts_with(kFolder) && one.totalSpace() == kVolumeSize) {
+        if (one.path.starts_with(kFolder) && one.totalSpace == kVolumeSize) {
             ++ours;
         }
     }

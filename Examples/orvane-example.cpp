@@ -139,9 +139,7 @@ void print(const std::vector<std::shared_ptr<RunningApplication>>& applications)
     }
 }
 void print(const OVVolumeDictionary& volume) {
-    for (const char* const key : OVVolumeDictionary::allKeys()) {
-        print(key + (": " + visitHeld(Text(), *volume.objectForKey(key))));
-    }
+    volume.forEachObject([](const char* key, const auto& object) { print(key + (": " + Text()(object))); });
 }
 
 // --- operations

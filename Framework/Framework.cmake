@@ -1,8 +1,6 @@
 # The Objective-C face of the library. Objects, not an archive: a linker would leave the categories in it.
 add_library(orvane_framework OBJECT
-  Framework/NSFileManager+Globbing.mm
-  Framework/NSFileManager+SUIDRoot.mm
-  Framework/NSFileManager+TemporaryDirectory.mm
+  Framework/NSFileManager.mm
   Framework/OVAuthorization.mm
   Framework/OVConversions.mm
   Framework/OVFrameworkLog.mm

@@ -8,12 +8,11 @@ OV_ASSUME_NONNULL_BEGIN
 @interface OVAuthorization : NSObject {
   @private
     void* core_;
-    NSString* toolPath_;
 }
 
 - (id)initWithToolPath:(NSString* OV_NULLABLE)toolPath;
 
-/// The absolute path of the program to run as root; not retained for the caller.
+/// The absolute path of the program to run as root, as the file system spells it; not retained for the caller.
 - (NSString* OV_NULLABLE)toolPath;
 /// The right has to be granted anew for another path.
 - (void)setToolPath:(NSString* OV_NULLABLE)toolPath;

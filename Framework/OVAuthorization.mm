@@ -4,6 +4,8 @@
 
 #include "Privileges/OVAuthorization.h"
 
+namespace face = orvane::face;
+
 namespace {
 
 /// Null for nil, which ends an argument list where it stands.
@@ -25,27 +27,22 @@ orvane::OVAuthorization& coreOf(void* core) {
 
 - (id)initWithToolPath:(NSString*)toolPath {
     if ((self = [super init]) != nil) {
-        toolPath_ = [toolPath retain];
-        core_ = new orvane::OVAuthorization(orvane::face::optionalPathOf(toolPath));
+        core_ = new orvane::OVAuthorization(face::optionalPathOf(toolPath));
     }
     return self;
 }
 
 - (void)dealloc {
-    [toolPath_ release];
     delete static_cast<orvane::OVAuthorization*>(core_); // deauthenticates
     [super dealloc];
 }
 
 - (NSString*)toolPath {
-    return toolPath_;
+    return face::orNil(coreOf(core_).toolPath(), face::stringOfPath);
 }
 
 - (void)setToolPath:(NSString*)toolPath {
-    [toolPath retain];
-    [toolPath_ release];
-    toolPath_ = toolPath;
-    coreOf(core_).setToolPath(orvane::face::optionalPathOf(toolPath));
+    coreOf(core_).setToolPath(face::optionalPathOf(toolPath));
 }
 
 - (int32_t)authenticate {
@@ -61,20 +58,20 @@ orvane::OVAuthorization& coreOf(void* core) {
 }
 
 - (int32_t)removeWithPriviliges:(NSString*)path {
-    return coreOf(core_).removeWithPriviliges(pointer(orvane::face::optionalPathOf(path)));
+    return coreOf(core_).removeWithPriviliges(pointer(face::optionalPathOf(path)));
 }
 
 - (int32_t)copyWithPriviliges:(NSString*)source to:(NSString*)destination {
-    return coreOf(core_).copyWithPriviliges(pointer(orvane::face::optionalPathOf(source)),
-                                            pointer(orvane::face::optionalPathOf(destination)));
+    return coreOf(core_).copyWithPriviliges(pointer(face::optionalPathOf(source)),
+                                            pointer(face::optionalPathOf(destination)));
 }
 
 - (int32_t)createDirectoryAtPath:(NSString*)path {
-    return coreOf(core_).createDirectoryAtPath(pointer(orvane::face::optionalPathOf(path)));
+    return coreOf(core_).createDirectoryAtPath(pointer(face::optionalPathOf(path)));
 }
 
 + (int32_t)runToolWithPriviliges:(NSString*)toolPath arguments:(char* const*)arguments {
-    return orvane::OVAuthorization::runToolWithPriviliges(orvane::face::optionalPathOf(toolPath), arguments);
+    return orvane::OVAuthorization::runToolWithPriviliges(face::optionalPathOf(toolPath), arguments);
 }
 
 @end

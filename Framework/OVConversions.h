@@ -9,7 +9,7 @@
 #include <vector>
 
 /// Between the objects of the face and the values of the core, beyond what the back ends share. Nil becomes empty where
-/// the core knows no nothing.
+/// the core knows no nothing; arrays and dictionaries are new and autoreleased.
 namespace orvane::face {
 
 using cocoa::stringOf;
@@ -25,11 +25,19 @@ std::optional<std::string> optionalPathOf(NSString* string);
 std::vector<std::string> textsOf(NSArray* strings);
 std::vector<std::string> pathsOf(NSArray* strings);
 
-/// New autoreleased arrays.
-NSMutableArray* stringsOf(const std::vector<std::string>& texts);
+template <typename Values, typename Convert> NSMutableArray* arrayOf(const Values& values, Convert convert) {
+    NSMutableArray* const result = [NSMutableArray arrayWithCapacity:values.size()];
+    for (const auto& value : values) {
+        [result addObject:convert(value)];
+    }
+    return result;
+}
 NSMutableArray* stringsOfPaths(const std::vector<std::string>& paths);
-
-/// A new autoreleased dictionary with the five keys.
 NSMutableDictionary* dictionaryOf(const OVVolumeDictionary& volume);
+
+/// The object of the value, if there is one.
+template <typename Value, typename Convert> auto orNil(const std::optional<Value>& value, Convert convert) {
+    return value ? convert(*value) : nil;
+}
 
 } // namespace orvane::face

@@ -1,6 +1,6 @@
 #import "Framework/OVConversions.h"
 
-#import "Framework/OVTaskRunner.h"
+#import "Backends/Cocoa/CocoaPropertyList.h"
 
 namespace orvane::face {
 
@@ -15,14 +15,6 @@ template <typename Convert> std::vector<std::string> convertAll(NSArray* strings
                         format:@"A list of strings has an element of the class %@", [element class]];
         }
         result.push_back(convert(element));
-    }
-    return result;
-}
-
-template <typename Convert> NSMutableArray* arrayOf(const std::vector<std::string>& texts, Convert convert) {
-    NSMutableArray* const result = [NSMutableArray arrayWithCapacity:texts.size()];
-    for (const std::string& text : texts) {
-        [result addObject:convert(text)];
     }
     return result;
 }
@@ -53,22 +45,15 @@ std::vector<std::string> pathsOf(NSArray* strings) {
     return convertAll(strings, pathOf);
 }
 
-NSMutableArray* stringsOf(const std::vector<std::string>& texts) {
-    return arrayOf(texts, stringOf);
-}
-
 NSMutableArray* stringsOfPaths(const std::vector<std::string>& paths) {
     return arrayOf(paths, stringOfPath);
 }
 
 NSMutableDictionary* dictionaryOf(const OVVolumeDictionary& volume) {
-    return [NSMutableDictionary
-        dictionaryWithObjectsAndKeys:stringOf(volume.path()), ::OVVolumePath,
-                                     [NSNumber numberWithUnsignedLongLong:volume.owner()], ::OVVolumeOwner,
-                                     [NSNumber numberWithBool:(volume.isLocal() ? YES : NO)], ::OVVolumeIsLocal,
-                                     [NSNumber numberWithUnsignedLongLong:volume.totalSpace()], ::OVVolumeTotalSpace,
-                                     [NSNumber numberWithUnsignedLongLong:volume.freeSpace()], ::OVVolumeFreeSpace,
-                                     nil];
+    NSMutableDictionary* const result = [NSMutableDictionary dictionary];
+    volume.forEachObject(
+        [&](const char* key, const auto& object) { [result setObject:cocoa::objectOf(object) forKey:stringOf(key)]; });
+    return result;
 }
 
 } // namespace orvane::face

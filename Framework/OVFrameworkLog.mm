@@ -1,6 +1,4 @@
-#import <Foundation/Foundation.h>
-
-#include "Support/OVLog.h"
+#import "Backends/Cocoa/CocoaSupport.h"
 
 namespace {
 
@@ -8,10 +6,9 @@ namespace {
 class ApplicationLog final : public orvane::OVLogSink {
   public:
     void logMessage(const char* message) override {
-        NSAutoreleasePool* const pool = [[NSAutoreleasePool alloc] init];
-        NSString* const text = [NSString stringWithUTF8String:message];
-        NSLog(@"%@", text != nil ? text : [NSString stringWithCString:message encoding:NSISOLatin1StringEncoding]);
-        [pool release];
+        @autoreleasepool {
+            NSLog(@"%@", orvane::cocoa::stringOf(message));
+        }
     }
 };
 

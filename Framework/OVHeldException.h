@@ -1,11 +1,11 @@
 #pragma once
 
-#import <Foundation/Foundation.h>
+#import "Backends/Cocoa/CocoaSupport.h"
 
 namespace orvane::face {
 
-/// An Objective-C exception of a delegate must not unwind the core, which would leave a child behind. It is held until
-/// the core has returned; meanwhile the core is told to cancel.
+/// An Objective-C exception of a delegate must not unwind the core, which would leave a child behind. The first is held
+/// until the core has returned; meanwhile the core is told to cancel.
 class HeldException {
   public:
     HeldException() = default;
@@ -15,19 +15,13 @@ class HeldException {
 
     [[nodiscard]] bool isHeld() const { return exception_ != nil; }
 
-    /// Calls the delegate with an autorelease pool around it, for there may be no end of output; what it raises is
-    /// held, and `fallback` is the answer.
+    /// Calls the delegate; what it raises is held, and `fallback` is the answer.
     template <typename Result, typename Call> Result guard(Result fallback, Call call) {
-        @autoreleasepool {
-            @try {
-                return call();
-            } @catch (id exception) {
-                if (exception_ == nil) {
-                    exception_ = [exception retain];
-                }
+        return cocoa::guarded(fallback, call, [this](id exception) {
+            if (!isHeld()) {
+                exception_ = [exception retain];
             }
-        }
-        return fallback;
+        });
     }
 
     /// Raises what is held, outside the core.

@@ -1,7 +1,6 @@
 #import "Framework/OVPasteboardServer.h"
 
 #import "Backends/Cocoa/CocoaPasteboard.h"
-#import "Backends/Cocoa/GNUstepCompatibility.h"
 
 #include "Pasteboard/OVPasteboardServer.h"
 
@@ -36,14 +35,7 @@ class RunLoopOfServer final : public orvane::RunLoop {
     explicit RunLoopOfServer(::OVPasteboardServer* server) : server_(server) {}
 
     bool addRepeatingTimer(double seconds, std::function<void()> /*action*/) override {
-        NSTimer* const timer = [NSTimer timerWithTimeInterval:seconds
-                                                       target:server_
-                                                     selector:@selector(pollPasteboard:)
-                                                     userInfo:nil
-                                                      repeats:YES];
-        for (NSString* mode in cocoa::commonRunLoopModes()) {
-            [[NSRunLoop currentRunLoop] addTimer:timer forMode:mode];
-        }
+        cocoa::addRepeatingTimer(seconds, server_, @selector(pollPasteboard:));
         return true;
     }
 
@@ -96,15 +88,11 @@ orvane::OVPasteboardServer& coreOf(void* core) {
 }
 
 - (NSMutableArray*)mutableCopyWithZone:(NSZone*)zone {
-    NSMutableArray* const copy = [[NSMutableArray allocWithZone:zone] initWithCapacity:(*history_)->size()];
-    for (const std::shared_ptr<orvane::Pasteboard>& entry : **history_) {
-        [copy addObject:pasteboardOf(*entry)];
-    }
-    return copy;
+    return [[NSMutableArray allocWithZone:zone] initWithArray:self];
 }
 
 - (id)copyWithZone:(NSZone*)zone {
-    return [[NSArray allocWithZone:zone] initWithArray:[[self mutableCopyWithZone:zone] autorelease]];
+    return [[NSArray allocWithZone:zone] initWithArray:self];
 }
 
 - (NSEnumerator*)objectEnumerator {
@@ -164,17 +152,14 @@ orvane::OVPasteboardServer& coreOf(void* core) {
 }
 
 - (NSPasteboardItem*)pasteboardItemByCopyingPasteboardItem:(NSPasteboardItem*)item {
-    const auto original = item != nil ? std::make_shared<cocoa::CocoaPasteboardItem>(item, true)
-                                      : std::shared_ptr<cocoa::CocoaPasteboardItem>();
-    const auto copy = coreOf(core_).pasteboardItemByCopyingPasteboardItem(original);
+    const auto copy = coreOf(core_).pasteboardItemByCopyingPasteboardItem(
+        item != nil ? std::make_shared<cocoa::CocoaPasteboardItem>(item, true) : nullptr);
     return copy != nullptr ? [[static_cast<cocoa::CocoaPasteboardItem&>(*copy).item() retain] autorelease] : nil;
 }
 
 - (BOOL)restoreItemsFromPasteboard:(NSPasteboard*)pasteboard {
-    return coreOf(core_).restoreItemsFromPasteboard(
-               pasteboard != nil ? std::make_shared<cocoa::CocoaPasteboard>(pasteboard) : nullptr)
-               ? YES
-               : NO;
+    const auto entry = pasteboard != nil ? std::make_shared<cocoa::CocoaPasteboard>(pasteboard) : nullptr;
+    return coreOf(core_).restoreItemsFromPasteboard(entry) ? YES : NO;
 }
 
 - (void)clearHistory {

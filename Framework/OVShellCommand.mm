@@ -9,6 +9,8 @@ const NSInteger OVShellCommandSuccess = 0;
 const NSInteger OVShellCommandCancelled = -9998;
 const NSInteger OVShellCommandCancelFailed = -9999;
 
+namespace face = orvane::face;
+
 namespace {
 
 class Delegate final : public orvane::OVShellCommandDelegate {
@@ -17,7 +19,7 @@ class Delegate final : public orvane::OVShellCommandDelegate {
 
     void shellCommandHasOutputAvailable(std::optional<std::string_view> chunk) override {
         exception.guard(0, [&] {
-            [delegate_ shellCommandHasOutputAvailable:chunk ? orvane::face::stringOf(*chunk) : nil];
+            [delegate_ shellCommandHasOutputAvailable:face::orNil(chunk, face::stringOf)];
             return 0;
         });
     }
@@ -26,7 +28,7 @@ class Delegate final : public orvane::OVShellCommandDelegate {
         return exception.isHeld() || exception.guard(true, [&] { return [delegate_ shellCommandShouldCancel] != NO; });
     }
 
-    orvane::face::HeldException exception;
+    face::HeldException exception;
 
   private:
     id<OVShellCommandDelegate> delegate_;
@@ -60,8 +62,7 @@ orvane::OVShellCommand& coreOf(void* core) {
                     arguments:(NSArray*)arguments
                      delegate:(id<OVShellCommandDelegate>)delegate {
     Delegate adapter(delegate);
-    const NSInteger result =
-        coreOf(core_).runCommandAtPath(orvane::face::textOf(path), orvane::face::textsOf(arguments), &adapter);
+    const NSInteger result = coreOf(core_).runCommandAtPath(face::textOf(path), face::textsOf(arguments), &adapter);
     adapter.exception.raise();
     return result;
 }
@@ -69,8 +70,7 @@ orvane::OVShellCommand& coreOf(void* core) {
 - (int32_t)forkAndExecCommandAtPath:(NSString*)path
                           arguments:(NSArray*)arguments
                   outFileDescriptor:(int32_t*)outFileDescriptor {
-    return coreOf(core_).forkAndExecCommandAtPath(orvane::face::textOf(path), orvane::face::textsOf(arguments),
-                                                  outFileDescriptor);
+    return coreOf(core_).forkAndExecCommandAtPath(face::textOf(path), face::textsOf(arguments), outFileDescriptor);
 }
 
 @end

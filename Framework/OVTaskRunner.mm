@@ -8,6 +8,8 @@
 
 #include "Tasks/OVTaskRunner.h"
 
+#include <functional>
+
 NSString* const OVVolumePath = @"OVVolumePath";
 NSString* const OVVolumeOwner = @"OVVolumeOwner";
 NSString* const OVVolumeIsLocal = @"OVVolumeIsLocal";
@@ -23,21 +25,24 @@ NSString* const kOVSecureEraseFreeSpaceTempFilename = @"secure-erase.temp";
 
 namespace cocoa = orvane::cocoa;
 namespace face = orvane::face;
+using Tasks = orvane::OVTaskRunner;
 
 namespace {
 
-/// The runner's Objective-C delegate as the core sees it: whichever it has when it is asked. A message to nil answers
-/// as the core does without a delegate.
-class Owner final : public orvane::OVTaskDelegate {
+/// The core's runner, and its owner: the Objective-C delegate, whichever there is when it is asked. A message to nil
+/// answers as the core does without a delegate.
+class Core final : public orvane::OVTaskDelegate {
   public:
-    explicit Owner(::OVTaskRunner* runner) : runner_(runner) {}
+    explicit Core(::OVTaskRunner* runner) : runner_(runner) {
+        tasks.setDelegate({std::shared_ptr<void>(), this}); // no reference to itself
+    }
 
     void taskWillBegin(orvane::OVTask* /*task*/) override {}
     void task(orvane::OVTask* /*task*/, std::int32_t /*completedWithStatus*/) override {}
 
     void hasOutputAvailable(std::optional<std::string_view> output) override {
         exception.guard(0, [&] {
-            [[runner_ delegate] hasOutputAvailable:output ? face::stringOf(*output) : nil];
+            [[runner_ delegate] hasOutputAvailable:face::orNil(output, face::stringOf)];
             return 0;
         });
     }
@@ -66,38 +71,30 @@ class Owner final : public orvane::OVTaskDelegate {
         });
     }
 
+    Tasks tasks;
     face::HeldException exception;
 
   private:
     ::OVTaskRunner* runner_; // which owns this
 };
 
-struct Core {
-    explicit Core(::OVTaskRunner* runner) : owner(std::make_shared<Owner>(runner)) { tasks.setDelegate(owner); }
-    Core(const Core&) = delete;
-    Core& operator=(const Core&) = delete;
-    ~Core() { tasks.setDelegate(nullptr); }
-
-    /// Calls the core; what a delegate raised meanwhile is raised behind it.
-    template <typename Call> auto perform(Call call) {
-        auto result = call(tasks);
-        owner->exception.raise();
-        return result;
-    }
-
-    orvane::OVTaskRunner tasks;
-    std::shared_ptr<Owner> owner;
-};
+/// What a method of the face does: the same of the core's. What the delegate raised meanwhile is raised behind it.
+template <typename Operation, typename... Arguments>
+auto perform(void* core, Operation operation, const Arguments&... arguments) {
+    auto result = std::invoke(operation, static_cast<Core*>(core)->tasks, arguments...);
+    static_cast<Core*>(core)->exception.raise();
+    return result;
+}
 
 std::shared_ptr<orvane::RunningApplication> coreApplication(NSRunningApplication* application) {
     return application != nil ? std::make_shared<cocoa::CocoaRunningApplication>(application) : nullptr;
 }
 
-} // namespace
+NSRunningApplication* applicationOf(const std::shared_ptr<orvane::RunningApplication>& application) {
+    return static_cast<cocoa::CocoaRunningApplication&>(*application).application();
+}
 
-/// What a method of the face does: the same of the core's.
-#define OV_FORWARD(expression)                                                                                         \
-    static_cast<Core*>(core_)->perform([&](orvane::OVTaskRunner& tasks) { return tasks.expression; })
+} // namespace
 
 @implementation OVTaskRunner
 
@@ -120,27 +117,28 @@ std::shared_ptr<orvane::RunningApplication> coreApplication(NSRunningApplication
 #pragma mark The command layer
 
 - (int32_t)runCommand:(NSString*)path arguments:(NSArray*)arguments {
-    return OV_FORWARD(runCommand(face::textOf(path), face::textsOf(arguments)));
+    return perform(core_, &Tasks::runCommand, face::textOf(path), face::textsOf(arguments));
 }
 
 - (int32_t)runBashCommand:(NSString*)command {
-    return OV_FORWARD(runBashCommand(face::textOf(command)));
+    return perform(core_, [&](Tasks& tasks) { return tasks.runBashCommand(face::textOf(command)); });
 }
 
 - (int32_t)runBashCommand:(NSString*)command onItemsAtPaths:(NSArray*)paths {
-    return OV_FORWARD(runBashCommand(face::textOf(command), face::textsOf(paths)));
+    return perform(core_,
+                   [&](Tasks& tasks) { return tasks.runBashCommand(face::textOf(command), face::textsOf(paths)); });
 }
 
 - (int32_t)runAppleScript:(NSString*)source {
-    return OV_FORWARD(runAppleScript(face::textOf(source)));
+    return perform(core_, &Tasks::runAppleScript, face::textOf(source));
 }
 
 - (int32_t)runAuthorizedTask:(id)task {
-    return OV_FORWARD(runAuthorizedTask(task));
+    return perform(core_, &Tasks::runAuthorizedTask, task);
 }
 
 - (NSMutableArray*)pathsByExpandingGlobs:(NSArray*)globs {
-    return face::stringsOfPaths(OV_FORWARD(pathsByExpandingGlobs(face::textsOf(globs))));
+    return face::stringsOfPaths(perform(core_, &Tasks::pathsByExpandingGlobs, face::textsOf(globs)));
 }
 
 - (void)shellCommandHasOutputAvailable:(NSString*)chunk {
@@ -154,81 +152,74 @@ std::shared_ptr<orvane::RunningApplication> coreApplication(NSRunningApplication
 #pragma mark Volumes and disks
 
 - (int32_t)repairDiskPermissions {
-    return OV_FORWARD(repairDiskPermissions());
+    return perform(core_, &Tasks::repairDiskPermissions);
 }
 
 - (int32_t)repairVolume:(NSString*)volume {
-    return OV_FORWARD(repairVolume(face::textOf(volume)));
+    return perform(core_, &Tasks::repairVolume, face::textOf(volume));
 }
 
 - (int32_t)ejectVolume:(NSString*)path {
-    return OV_FORWARD(ejectVolume(face::textOf(path)));
+    return perform(core_, &Tasks::ejectVolume, face::textOf(path));
 }
 
 - (NSString*)secureEraseFreeSpaceCommand:(NSString*)path {
-    return face::stringOf(OV_FORWARD(secureEraseFreeSpaceCommand(face::textOf(path))));
+    return face::stringOf(perform(core_, &Tasks::secureEraseFreeSpaceCommand, face::textOf(path)));
 }
 
 - (int32_t)secureEraseFreeSpace:(NSString*)path {
-    return OV_FORWARD(secureEraseFreeSpace(face::textOf(path)));
+    return perform(core_, &Tasks::secureEraseFreeSpace, face::textOf(path));
 }
 
 - (int32_t)ejectAllVolumes {
-    return OV_FORWARD(ejectAllVolumes());
+    return perform(core_, &Tasks::ejectAllVolumes);
 }
 
 - (NSArray*)mountedBrowsableVolumes {
-    const auto volumes = OV_FORWARD(mountedBrowsableVolumes());
-    if (!volumes) {
-        return nil;
-    }
-    NSMutableArray* const result = [NSMutableArray arrayWithCapacity:volumes->size()];
-    for (const orvane::OVVolumeDictionary& volume : *volumes) {
-        [result addObject:face::dictionaryOf(volume)];
-    }
-    return result;
+    return face::orNil(perform(core_, &Tasks::mountedBrowsableVolumes),
+                       [](const auto& volumes) { return face::arrayOf(volumes, face::dictionaryOf); });
 }
 
 #pragma mark Deletion
 
 - (int32_t)secureDeleteItemsAtPaths:(NSArray*)paths {
-    return OV_FORWARD(secureDeleteItemsAtPaths(face::textsOf(paths)));
+    return perform(core_, &Tasks::secureDeleteItemsAtPaths, face::textsOf(paths));
 }
 
 - (int32_t)forceDeleteItemsAtPaths:(NSArray*)paths {
-    return OV_FORWARD(forceDeleteItemsAtPaths(face::textsOf(paths)));
+    return perform(core_, &Tasks::forceDeleteItemsAtPaths, face::textsOf(paths));
 }
 
 - (int32_t)forceDeleteItemsAtGlobs:(NSArray*)globs {
-    return OV_FORWARD(forceDeleteItemsAtGlobs(face::textsOf(globs)));
+    return perform(core_, &Tasks::forceDeleteItemsAtGlobs, face::textsOf(globs));
 }
 
 - (int32_t)secureDeleteFiles {
-    return OV_FORWARD(secureDeleteFiles());
+    return perform(core_, &Tasks::secureDeleteFiles);
 }
 
 - (int32_t)forceDeleteFiles {
-    return OV_FORWARD(forceDeleteFiles());
+    return perform(core_, &Tasks::forceDeleteFiles);
 }
 
 - (int32_t)secureEmptyTrash {
-    return OV_FORWARD(secureEmptyTrash());
+    return perform(core_, &Tasks::secureEmptyTrash);
 }
 
 - (int32_t)forceEmptyTrash {
-    return OV_FORWARD(forceEmptyTrash());
+    return perform(core_, &Tasks::forceEmptyTrash);
 }
 
 - (int32_t)removeDSStoreFilesInPath:(NSString*)path {
-    return OV_FORWARD(removeDSStoreFilesInPath(face::textOf(path)));
+    return perform(core_, &Tasks::removeDSStoreFilesInPath, face::textOf(path));
 }
 
 - (int32_t)removeDSStoreFilesInHomeFolder {
-    return OV_FORWARD(removeDSStoreFilesInHomeFolder());
+    return perform(core_, &Tasks::removeDSStoreFilesInHomeFolder);
 }
 
 - (int32_t)removeDSStoreFilesInFolder {
-    return OV_FORWARD(removeDSStoreFilesInFolder());
+    return perform(core_, &Tasks::removeDSStoreFilesInFolder);
 }
 
 - (NSArray*)promptForFiles {
@@ -236,134 +227,129 @@ std::shared_ptr<orvane::RunningApplication> coreApplication(NSRunningApplication
 }
 
 - (NSString*)promptForFolder {
-    const auto folder = OV_FORWARD(promptForFolder());
-    return folder ? face::stringOfPath(*folder) : nil;
+    return face::orNil(perform(core_, &Tasks::promptForFolder), face::stringOfPath);
 }
 
 - (NSArray*)pathsWithDirectoriesOnly:(BOOL)directoriesOnly allowsMultipleSelection:(BOOL)allowsMultipleSelection {
-    const auto paths = OV_FORWARD(pathsWithDirectoriesOnly(directoriesOnly != NO, allowsMultipleSelection != NO));
-    return paths ? face::stringsOfPaths(*paths) : nil;
+    return face::orNil(
+        perform(core_, &Tasks::pathsWithDirectoriesOnly, directoriesOnly != NO, allowsMultipleSelection != NO),
+        face::stringsOfPaths);
 }
 
 - (NSString*)homeDirectory {
-    return face::stringOfPath(OV_FORWARD(homeDirectory()));
+    return face::stringOfPath(perform(core_, &Tasks::homeDirectory));
 }
 
 - (NSString*)userLibraryFolder {
-    return face::stringOfPath(OV_FORWARD(userLibraryFolder()));
+    return face::stringOfPath(perform(core_, &Tasks::userLibraryFolder));
 }
 
 - (NSMutableArray*)userTrashitems {
-    return face::stringsOfPaths(OV_FORWARD(userTrashitems()));
+    return face::stringsOfPaths(perform(core_, &Tasks::userTrashitems));
 }
 
 #pragma mark Preferences and leftovers
 
 - (int32_t)removeCorruptUserPreferences {
-    return OV_FORWARD(removeCorruptUserPreferences());
+    return perform(core_, &Tasks::removeCorruptUserPreferences);
 }
 
 - (int32_t)removeCorruptPreferencesInPaths:(NSArray*)paths {
-    return OV_FORWARD(removeCorruptPreferencesInPaths(face::textsOf(paths)));
+    return perform(core_, &Tasks::removeCorruptPreferencesInPaths, face::textsOf(paths));
 }
 
 - (int32_t)cleanStaleTemporaryFiles {
-    return OV_FORWARD(cleanStaleTemporaryFiles());
+    return perform(core_, &Tasks::cleanStaleTemporaryFiles);
 }
 
 #pragma mark Applications, restart and shutdown
 
 - (int32_t)quitAllApplications {
-    return OV_FORWARD(quitAllApplications());
+    return perform(core_, &Tasks::quitAllApplications);
 }
 
 - (int32_t)forceQuitApplication:(NSRunningApplication*)application {
-    return OV_FORWARD(forceQuitApplication(coreApplication(application)));
+    return perform(core_, &Tasks::forceQuitApplication, coreApplication(application));
 }
 
 - (NSArray*)runningForegroundApplications {
-    const auto applications = OV_FORWARD(runningForegroundApplications());
-    NSMutableArray* const result = [NSMutableArray arrayWithCapacity:applications.size()];
-    for (const auto& application : applications) {
-        [result addObject:static_cast<cocoa::CocoaRunningApplication&>(*application).application()];
-    }
-    return result;
+    return face::arrayOf(perform(core_, &Tasks::runningForegroundApplications), applicationOf);
 }
 
 - (int32_t)relaunchApplication:(NSRunningApplication*)application {
-    return OV_FORWARD(relaunchApplication(coreApplication(application)));
+    return perform(core_, &Tasks::relaunchApplication, coreApplication(application));
 }
 
 - (int32_t)relaunchFinder {
-    return OV_FORWARD(relaunchFinder());
+    return perform(core_, &Tasks::relaunchFinder);
 }
 
 - (int32_t)relaunchDock {
-    return OV_FORWARD(relaunchDock());
+    return perform(core_, &Tasks::relaunchDock);
 }
 
 - (int32_t)relaunchSystemMenu {
-    return OV_FORWARD(relaunchSystemMenu());
+    return perform(core_, &Tasks::relaunchSystemMenu);
 }
 
 - (int32_t)restartAirport {
-    return OV_FORWARD(restartAirport());
+    return perform(core_, &Tasks::restartAirport);
 }
 
 - (int32_t)turnOnScreensaver {
-    return OV_FORWARD(turnOnScreensaver());
+    return perform(core_, &Tasks::turnOnScreensaver);
 }
 
 - (int32_t)restartOrShutdown {
-    return OV_FORWARD(restartOrShutdown());
+    return perform(core_, &Tasks::restartOrShutdown);
 }
 
 - (int32_t)restart {
-    return OV_FORWARD(restart());
+    return perform(core_, &Tasks::restart);
 }
 
 - (int32_t)shutdown {
-    return OV_FORWARD(shutdown());
+    return perform(core_, &Tasks::shutdown);
 }
 
 #pragma mark Cleaning
 
 - (int32_t)cleanUserCache {
-    return OV_FORWARD(cleanUserCache());
+    return perform(core_, &Tasks::cleanUserCache);
 }
 
 - (int32_t)cleanDashboardCache {
-    return OV_FORWARD(cleanDashboardCache());
+    return perform(core_, &Tasks::cleanDashboardCache);
 }
 
 - (int32_t)cleanBrowserCache:(NSString*)browser {
-    return OV_FORWARD(cleanBrowserCache(face::textOf(browser)));
+    return perform(core_, &Tasks::cleanBrowserCache, face::textOf(browser));
 }
 
 - (int32_t)cleanBrowserHistory:(NSString*)browser {
-    return OV_FORWARD(cleanBrowserHistory(face::textOf(browser)));
+    return perform(core_, &Tasks::cleanBrowserHistory, face::textOf(browser));
 }
 
 - (int32_t)cleanDesktop {
-    return OV_FORWARD(cleanDesktop());
+    return perform(core_, &Tasks::cleanDesktop);
 }
 
 - (int32_t)vacuumAppleMailIndex {
-    return OV_FORWARD(vacuumAppleMailIndex());
+    return perform(core_, &Tasks::vacuumAppleMailIndex);
 }
 
 - (int32_t)rebuildLaunchServices {
-    return OV_FORWARD(rebuildLaunchServices());
+    return perform(core_, &Tasks::rebuildLaunchServices);
 }
 
 #pragma mark Large files and memory
 
 - (int32_t)findLargeFilesInPath:(NSString*)path {
-    return OV_FORWARD(findLargeFilesInPath(face::textOf(path)));
+    return perform(core_, &Tasks::findLargeFilesInPath, face::textOf(path));
 }
 
 - (int32_t)freeMemory {
-    return OV_FORWARD(freeMemory());
+    return perform(core_, &Tasks::freeMemory);
 }
 
 #pragma mark Settings
@@ -371,31 +357,31 @@ std::shared_ptr<orvane::RunningApplication> coreApplication(NSRunningApplication
 // An object that the host reads or sets itself does not become a value of the core's on the way.
 
 - (BOOL)isDashboardOn {
-    return OV_FORWARD(isDashboardOn()) ? YES : NO;
+    return perform(core_, &Tasks::isDashboardOn) ? YES : NO;
 }
 
 - (int32_t)toggleDashboard {
-    return OV_FORWARD(toggleDashboard());
+    return perform(core_, &Tasks::toggleDashboard);
 }
 
 - (BOOL)showInvisibleFiles {
-    return OV_FORWARD(showInvisibleFiles()) ? YES : NO;
+    return perform(core_, &Tasks::showInvisibleFiles) ? YES : NO;
 }
 
 - (int32_t)toggleInvisibleFiles {
-    return OV_FORWARD(toggleInvisibleFiles());
+    return perform(core_, &Tasks::toggleInvisibleFiles);
 }
 
 - (BOOL)showDownloadWarning {
-    return OV_FORWARD(showDownloadWarning()) ? YES : NO;
+    return perform(core_, &Tasks::showDownloadWarning) ? YES : NO;
 }
 
 - (int32_t)toggleDownloadWarning {
-    return OV_FORWARD(toggleDownloadWarning());
+    return perform(core_, &Tasks::toggleDownloadWarning);
 }
 
 - (NSArray*)screenshotFormats {
-    return face::stringsOf(OV_FORWARD(screenshotFormats()));
+    return face::arrayOf(perform(core_, &Tasks::screenshotFormats), face::stringOf);
 }
 
 - (NSString*)screenshotFormat {
@@ -403,15 +389,16 @@ std::shared_ptr<orvane::RunningApplication> coreApplication(NSRunningApplication
 }
 
 - (int32_t)setScreenshotFormat:(NSString*)format {
-    return OV_FORWARD(setScreenshotFormat(face::textOf([format lowercaseString])));
+    [self setObject:[format lowercaseString] forKey:@"type" defaults:@"com.apple.screencapture"];
+    return [self relaunchSystemMenu];
 }
 
 - (BOOL)screenshotHasShadow {
-    return OV_FORWARD(screenshotHasShadow()) ? YES : NO;
+    return perform(core_, &Tasks::screenshotHasShadow) ? YES : NO;
 }
 
 - (int32_t)toggleScreenshotShadow {
-    return OV_FORWARD(toggleScreenshotShadow());
+    return perform(core_, &Tasks::toggleScreenshotShadow);
 }
 
 - (id)objectForKey:(NSString*)key defaults:(NSString*)defaults {

@@ -22,9 +22,9 @@ struct Count {
 @synthesize mode = mode_;
 
 + (void)load {
-    NSAutoreleasePool* const pool = [[NSAutoreleasePool alloc] init];
-    [NSValueTransformer setValueTransformer:[[[self alloc] init] autorelease] forName:@"ZRBytesValueTransformer"];
-    [pool release];
+    @autoreleasepool {
+        [NSValueTransformer setValueTransformer:[[[self alloc] init] autorelease] forName:@"ZRBytesValueTransformer"];
+    }
 }
 
 - (id)init {

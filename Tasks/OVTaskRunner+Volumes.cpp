@@ -41,10 +41,10 @@ std::int32_t OVTaskRunner::secureEraseFreeSpace(std::string_view path) {
 std::int32_t OVTaskRunner::ejectAllVolumes() {
     const auto volumes = mountedBrowsableVolumes();
     for (const OVVolumeDictionary& volume : volumes.value_or(std::vector<OVVolumeDictionary>())) {
-        if (static_cast<std::uint32_t>(volume.owner()) != services_.calls.getuid()) {
+        if (static_cast<std::uint32_t>(volume.owner) != services_.calls.getuid()) {
             continue;
         }
-        if (const std::int32_t status = ejectVolume(volume.path()); status != kTaskSuccess) {
+        if (const std::int32_t status = ejectVolume(volume.path); status != kTaskSuccess) {
             return status;
         }
     }
@@ -62,9 +62,11 @@ std::optional<std::vector<OVVolumeDictionary>> OVTaskRunner::mountedBrowsableVol
     for (MountedFileSystem& fileSystem : *mounted) {
         if ((fileSystem.flags & (kMountDontBrowse | kMountRootFileSystem)) == 0) {
             const std::uint64_t blockSize = fileSystem.blockSize;
-            volumes.emplace_back(std::move(fileSystem.mountPoint), fileSystem.owner,
-                                 (fileSystem.flags & kMountLocal) != 0, blockSize * fileSystem.blocks,
-                                 blockSize * fileSystem.availableBlocks);
+            volumes.push_back({.path = std::move(fileSystem.mountPoint),
+                               .owner = fileSystem.owner,
+                               .isLocal = (fileSystem.flags & kMountLocal) != 0,
+                               .totalSpace = blockSize * fileSystem.blocks,
+                               .freeSpace = blockSize * fileSystem.availableBlocks});
         }
     }
     return volumes;

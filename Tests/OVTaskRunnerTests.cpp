@@ -12,6 +12,7 @@
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
+#include <variant>
 
 namespace orvane {
 namespace {
@@ -455,10 +456,10 @@ TEST_F(VolumeTasks, ListsBrowsableVolumesInOrder) {
     const auto list = runner.mountedBrowsableVolumes();
     ASSERT_TRUE(list);
     ASSERT_EQ(list->size(), 2U);
-    EXPECT_EQ(list->at(0), OVVolumeDictionary("/b", 501, true, 4096000, 40960));
+    EXPECT_EQ(list->at(0), (OVVolumeDictionary{"/b", 501, true, 4096000, 40960}));
     // Neither the block size nor the product is cut to 32 bits.
     EXPECT_EQ(list->at(1),
-              OVVolumeDictionary("/a c", 4294967294U, false, std::uint64_t{4294967295U} << 31U, 42949672950U));
+              (OVVolumeDictionary{"/a c", 4294967294U, false, std::uint64_t{4294967295U} << 31U, 42949672950U}));
     EXPECT_TRUE(log.messages.empty());
 }
 
@@ -472,19 +473,14 @@ TEST_F(VolumeTasks, MountFlagsHaveThePlatformsValues) {
 }
 
 TEST_F(VolumeTasks, DictionariesHoldFiveKeysAndNoOther) {
-    const OVVolumeDictionary volume("/b", 501, true, 4096000, 40960);
-    EXPECT_EQ(volume.objectForKey("OVVolumePath"), OVVolumeDictionary::Value(std::string("/b")));
-    EXPECT_EQ(volume.objectForKey("OVVolumeOwner"), OVVolumeDictionary::Value(std::uint64_t{501}));
-    EXPECT_EQ(volume.objectForKey("OVVolumeIsLocal"), OVVolumeDictionary::Value(true));
-    EXPECT_EQ(volume.objectForKey("OVVolumeTotalSpace"), OVVolumeDictionary::Value(std::uint64_t{4096000}));
-    EXPECT_EQ(volume.objectForKey("OVVolumeFreeSpace"), OVVolumeDictionary::Value(std::uint64_t{40960}));
-    EXPECT_EQ(volume.objectForKey("OVVolume"), std::nullopt);
-    const auto keys = OVVolumeDictionary::allKeys();
-    EXPECT_EQ(Lines(keys.begin(), keys.end()),
-              (Lines{"OVVolumeFreeSpace", "OVVolumeIsLocal", "OVVolumeOwner", "OVVolumePath", "OVVolumeTotalSpace"}));
-    for (const char* const other : {"", "OVVolumePath ", "OVVolumeowner", "OVVolumeIsLoca", "OVVolumeTotalSpaces"}) {
-        EXPECT_EQ(volume.objectForKey(other), std::nullopt) << other;
-    }
+    const OVVolumeDictionary volume{"/b", 501, true, 4096000, 40960};
+    std::vector<std::pair<std::string, std::variant<std::string, std::uint64_t, bool>>> objects;
+    volume.forEachObject([&](const char* key, const auto& object) { objects.emplace_back(key, object); });
+    EXPECT_EQ(objects, (decltype(objects){{"OVVolumeFreeSpace", std::uint64_t{40960}},
+                                          {"OVVolumeIsLocal", true},
+                                          {"OVVolumeOwner", std::uint64_t{501}},
+                                          {"OVVolumePath", std::string("/b")},
+                                          {"OVVolumeTotalSpace", std::uint64_t{4096000}}}));
 }
 
 TEST_F(VolumeTasks, StartUpVolumeAloneYieldsAnEmptyList) {

@@ -37,21 +37,12 @@ namespace orvane {
 
 namespace {
 
-using namespace cocoa;
-
 class CocoaRunLoop final : public RunLoop {
   public:
     bool addRepeatingTimer(double seconds, std::function<void()> action) override {
-        return guarded(false, [&] {
+        return cocoa::guarded(false, [&] {
             OVTimerAction* target = [[[OVTimerAction alloc] initWithAction:std::move(action)] autorelease];
-            NSTimer* timer = [NSTimer timerWithTimeInterval:seconds
-                                                     target:target
-                                                   selector:@selector(timerFired:)
-                                                   userInfo:nil
-                                                    repeats:YES];
-            for (NSString* mode in commonRunLoopModes()) {
-                [[NSRunLoop currentRunLoop] addTimer:timer forMode:mode];
-            }
+            cocoa::addRepeatingTimer(seconds, target, @selector(timerFired:));
             return true;
         });
     }

@@ -30,13 +30,14 @@ std::optional<std::string> optionalTextOf(NSString* string);
 void logException(id exception);
 
 /// Does the work with an autorelease pool around it, which a C++ caller need not have. An Objective-C exception
-/// ends here: it is logged and the answer is `failure`.
-template <typename Answer, typename Work> Answer guarded(Answer failure, Work&& work) {
+/// ends here: it is noted and the answer is `failure`.
+template <typename Answer, typename Work, typename Note = void (*)(id)>
+Answer guarded(Answer failure, Work&& work, Note note = logException) {
     @autoreleasepool {
         @try {
             return std::forward<Work>(work)();
         } @catch (id exception) {
-            logException(exception);
+            note(exception);
         }
     }
     return failure;
@@ -47,6 +48,10 @@ template <typename Work> auto guardedAnswer(Work&& work) {
     using Answer = std::optional<decltype(work())>;
     return guarded(Answer(), [&] { return Answer(work()); });
 }
+
+/// Adds a timer to the calling thread's run loop, in the common modes: until that ends it keeps the target and sends it
+/// the message again and again.
+void addRepeatingTimer(double seconds, id target, SEL selector);
 
 /// One reference to an object.
 template <typename Object> class Retained {

@@ -1,5 +1,7 @@
 #include "Backends/Cocoa/CocoaSupport.h"
 
+#include "Support/OVText.h"
+
 #include <vector>
 
 namespace orvane::cocoa {
@@ -11,26 +13,6 @@ bool isFirstHalf(char32_t unit) {
 }
 bool isSecondHalf(char32_t unit) {
     return unit >= 0xDC00 && unit <= 0xDFFF;
-}
-
-void append(char32_t character, std::string& text) {
-    if (character < 0x80) {
-        text += static_cast<char>(character);
-        return;
-    }
-    unsigned following = 1;
-    unsigned char lead = 0xC0;
-    if (character >= 0x10000) {
-        following = 3;
-        lead = 0xF0;
-    } else if (character >= 0x800) {
-        following = 2;
-        lead = 0xE0;
-    }
-    text += static_cast<char>(lead | character >> 6U * following);
-    while (following-- > 0) {
-        text += static_cast<char>(0x80U | (character >> 6U * following & 0x3FU));
-    }
 }
 
 } // namespace
@@ -67,7 +49,7 @@ std::string textOf(NSString* string) {
         } else if (isFirstHalf(character) || isSecondHalf(character)) {
             character = 0xFFFD;
         }
-        append(character, text);
+        appendUTF8(text, character);
     }
     return text;
 }
@@ -81,6 +63,13 @@ void logException(id exception) {
         OVLog("%s: %s", textOf([exception name]).c_str(), textOf([exception reason]).c_str());
     } else {
         OVLog("An exception that is no NSException: %s", textOf([exception description]).c_str());
+    }
+}
+
+void addRepeatingTimer(double seconds, id target, SEL selector) {
+    NSTimer* timer = [NSTimer timerWithTimeInterval:seconds target:target selector:selector userInfo:nil repeats:YES];
+    for (NSString* mode in commonRunLoopModes()) {
+        [[NSRunLoop currentRunLoop] addTimer:timer forMode:mode];
     }
 }
 

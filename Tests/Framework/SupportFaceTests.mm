@@ -259,6 +259,9 @@ TEST(FrameworkLogTest, TheCoresMessagesTakeTheApplicationsWay) {
 TEST_F(AuthorizationFaceTest, KeepsTheToolPathThroughAFileOperation) {
     OVAuthorization* const authorization = [[[OVAuthorization alloc] initWithToolPath:@"/bin/true"] autorelease];
     EXPECT_EQ(text([authorization toolPath]), "/bin/true");
+    [authorization setToolPath:@"/bin/Größe"];
+    EXPECT_EQ(text([authorization toolPath]), "/bin/Größe");
+    [authorization setToolPath:@"/bin/true"];
     const int32_t expected = geteuid() == 0 ? 0 : -60007;
     NSString* const folder = [[NSFileManager defaultManager] createTemporaryDirectory];
     NSString* const made = [folder stringByAppendingPathComponent:@"a/b c"];

@@ -261,8 +261,7 @@ TEST_F(TaskRunnerFaceTest, ListsVolumesAsMutableDictionariesWithTheFiveKeys) {
 
 TEST_F(TaskRunnerFaceTest, AVolumesDictionaryHasEachValueUnderItsKey) {
     for (const bool isLocal : {true, false}) {
-        NSMutableDictionary* const volume =
-            orvane::face::dictionaryOf(orvane::OVVolumeDictionary("/Größe", 501, isLocal, 1ULL << 63U, 40));
+        NSMutableDictionary* const volume = orvane::face::dictionaryOf({"/Größe", 501, isLocal, 1ULL << 63U, 40});
         EXPECT_EQ([volume count], 5U);
         EXPECT_EQ(text([volume objectForKey:OVVolumePath]), "/Größe");
         EXPECT_EQ([[volume objectForKey:OVVolumeOwner] unsignedLongLongValue], 501U);
@@ -367,6 +366,8 @@ TEST_F(TaskRunnerFaceTest, SettingsAreReadAndToggledThroughTheUsersDefaults) {
     EXPECT_EQ([runner screenshotFormat], nil);
     static_cast<void>([runner setScreenshotFormat:@"PNG"]);
     EXPECT_EQ(text([runner screenshotFormat]), "png");
+    static_cast<void>([runner setScreenshotFormat:@"TÏFF"]);
+    EXPECT_EQ(text([runner screenshotFormat]), "tïff") << "as lowercaseString has it";
 }
 
 TEST_F(TaskRunnerFaceTest, AnAppleScriptThatCannotRunIsAFailure) {
