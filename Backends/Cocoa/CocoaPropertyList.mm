@@ -4,54 +4,54 @@
 #include "Support/OVVisit.h"
 
 #include <cstdint>
-#include <limits>
-#include <type_traits>
 
 namespace orvane::cocoa {
 
 namespace {
 
-NSArray* arrayOf(const PropertyListArray& array) {
-    NSMutableArray* objects = [NSMutableArray arrayWithCapacity:array.size()];
-    for (const PropertyListValue& value : array) {
-        [objects addObject:objectOf(value)];
+struct ObjectOf {
+    id operator()(bool value) const { return [NSNumber numberWithBool:value]; }
+    id operator()(std::int64_t value) const { return [NSNumber numberWithLongLong:value]; }
+    id operator()(std::uint64_t value) const { return [NSNumber numberWithUnsignedLongLong:value]; }
+    id operator()(double value) const { return [NSNumber numberWithDouble:value]; }
+    id operator()(const std::string& text) const { return stringOf(text); }
+    id operator()(const PropertyListData& data) const { return [NSData dataWithBytes:data.data() length:data.size()]; }
+    id operator()(PropertyListDate date) const {
+        return [NSDate dateWithTimeIntervalSinceReferenceDate:date.secondsSinceReferenceDate];
     }
-    return objects;
-}
-
-NSDictionary* dictionaryOf(const PropertyListDictionary& dictionary) {
-    NSMutableDictionary* objects = [NSMutableDictionary dictionaryWithCapacity:dictionary.size()];
-    for (const auto& [key, value] : dictionary) {
-        [objects setObject:objectOf(value) forKey:stringOf(key)];
+    id operator()(const PropertyListArray& array) const {
+        NSMutableArray* objects = [NSMutableArray arrayWithCapacity:array.size()];
+        for (const PropertyListValue& value : array) {
+            [objects addObject:objectOf(value)];
+        }
+        return objects;
     }
-    return objects;
-}
+    id operator()(const PropertyListDictionary& dictionary) const {
+        NSMutableDictionary* objects = [NSMutableDictionary dictionaryWithCapacity:dictionary.size()];
+        for (const auto& [key, value] : dictionary) {
+            [objects setObject:objectOf(value) forKey:stringOf(key)];
+        }
+        return objects;
+    }
+};
 
 PropertyListValue valueOfNumber(NSNumber* number) {
     // There are two boolean objects, on either system, and nothing else tells them from numbers on both.
     if (number == [NSNumber numberWithBool:YES] || number == [NSNumber numberWithBool:NO]) {
         return number == [NSNumber numberWithBool:YES];
     }
-    switch ([number objCType][0]) {
-    case 'f':
-    case 'd':
+    const char type = [number objCType][0];
+    if (type == 'f' || type == 'd') {
         return [number doubleValue];
-    default:
-        break;
     }
-    const std::uint64_t whole = [number unsignedLongLongValue];
-    const bool isLarge =
-        [number objCType][0] == 'Q' && whole > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
-    return isLarge ? PropertyListValue(whole) : PropertyListValue(std::int64_t{[number longLongValue]});
+    if (type == 'Q' && [number unsignedLongLongValue] >> 63U != 0) {
+        return std::uint64_t{[number unsignedLongLongValue]};
+    }
+    return std::int64_t{[number longLongValue]};
 }
 
 void logNoPropertyList(id object) {
     OVLog("No property list holds a %s", object != nil ? textOf(NSStringFromClass([object class])).c_str() : "nil");
-}
-
-PropertyListData bytesOf(NSData* data) {
-    const auto* first = static_cast<const std::uint8_t*>([data bytes]);
-    return first != nullptr ? PropertyListData(first, first + [data length]) : PropertyListData();
 }
 
 PropertyListArray valuesOf(NSArray* array) {
@@ -91,31 +91,7 @@ bool isPropertyList(id object) {
 }
 
 id objectOf(const PropertyListValue& value) {
-    return visitHeld(
-        [](const auto& held) -> id {
-            using Held = std::decay_t<decltype(held)>;
-            if constexpr (std::is_same_v<Held, bool>) {
-                return [NSNumber numberWithBool:held];
-            } else if constexpr (std::is_same_v<Held, std::int64_t>) {
-                return [NSNumber numberWithLongLong:held];
-            } else if constexpr (std::is_same_v<Held, std::uint64_t>) {
-                return [NSNumber numberWithUnsignedLongLong:held];
-            } else if constexpr (std::is_same_v<Held, double>) {
-                return [NSNumber numberWithDouble:held];
-            } else if constexpr (std::is_same_v<Held, std::string>) {
-                return stringOf(held);
-            } else if constexpr (std::is_same_v<Held, PropertyListData>) {
-                return [NSData dataWithBytes:held.data() length:held.size()];
-            } else if constexpr (std::is_same_v<Held, PropertyListDate>) {
-                return [NSDate dateWithTimeIntervalSinceReferenceDate:held.secondsSinceReferenceDate];
-            } else if constexpr (std::is_same_v<Held, PropertyListArray>) {
-                return arrayOf(held);
-            } else {
-                static_assert(std::is_same_v<Held, PropertyListDictionary>);
-                return dictionaryOf(held);
-            }
-        },
-        value);
+    return visitHeld(ObjectOf(), value);
 }
 
 std::optional<PropertyListValue> valueOf(id object) {
@@ -132,7 +108,8 @@ std::optional<PropertyListValue> valueOf(id object) {
         return valuesOf(static_cast<NSArray*>(object));
     }
     if ([object isKindOfClass:[NSData class]]) {
-        return bytesOf(object);
+        const auto* first = static_cast<const std::uint8_t*>([object bytes]);
+        return PropertyListData(first, first + [object length]);
     }
     if ([object isKindOfClass:[NSDate class]]) {
         return PropertyListDate{[object timeIntervalSinceReferenceDate]};

@@ -15,6 +15,9 @@
 
 @interface NSAppleScript (OVMissingInGNUstep)
 - (id)initWithSource:(NSString*)source;
+@end
+
+@interface NSAppleScript (OVOfWhatTheInitializerAnswers)
 - (id)executeAndReturnError:(NSDictionary**)error;
 @end
 

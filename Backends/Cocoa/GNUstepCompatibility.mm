@@ -7,44 +7,36 @@
 #include <cerrno>
 #include <csignal>
 
-// The pasteboard of GNUstep knows types, not items: its types are the first item's. Where there are several, all of
-// them stand in one property list under a type of our own beside these.
-static NSString* const kItemsType = @"com.orvane.pasteboard-items";
+// The pasteboard of GNUstep knows types, not items. The first item's types are the pasteboard's, those of the following
+// items have the item's number and this behind it in front.
+static NSString* const kItemMark = @" com.orvane.pasteboard-item ";
 
 /// An item that is read from a pasteboard when it is asked, and has nothing to say once the content is another.
 @interface OVPasteboardItemOnPasteboard : NSPasteboardItem {
+  @public
     NSPasteboard* pasteboard_;
     NSInteger changeCount_;
-    NSArray* itsTypes_;
+    NSString* prefix_; ///< of its types on the pasteboard
 }
-- (id)initWithPasteboard:(NSPasteboard*)pasteboard changeCount:(NSInteger)changeCount types:(NSArray*)types;
+- (void)addType:(NSString*)type;
 @end
 
 @implementation OVPasteboardItemOnPasteboard
 
-- (id)initWithPasteboard:(NSPasteboard*)pasteboard changeCount:(NSInteger)changeCount types:(NSArray*)types {
-    self = [super init];
-    if (self != nil) {
-        pasteboard_ = [pasteboard retain];
-        changeCount_ = changeCount;
-        itsTypes_ = [types copy];
-    }
-    return self;
-}
-
 - (void)dealloc {
     [pasteboard_ release];
-    [itsTypes_ release];
+    [prefix_ release];
     [super dealloc];
 }
 
-- (NSArray*)types {
-    return itsTypes_;
+- (void)addType:(NSString*)type {
+    [_types addObject:type];
 }
 
 - (NSData*)dataForType:(NSString*)type {
-    return [itsTypes_ containsObject:type] && [pasteboard_ changeCount] == changeCount_ ? [pasteboard_ dataForType:type]
-                                                                                        : nil;
+    return [_types containsObject:type] && [pasteboard_ changeCount] == changeCount_
+               ? [pasteboard_ dataForType:[prefix_ stringByAppendingString:type]]
+               : nil;
 }
 
 - (BOOL)setData:(NSData*)data forType:(NSString*)type {
@@ -72,20 +64,6 @@ static NSString* const kItemsType = @"com.orvane.pasteboard-items";
     return YES;
 }
 
-- (BOOL)setDataProvider:(id<NSPasteboardItemDataProvider>)provider forTypes:(NSArray*)types {
-    for (NSString* type in types) {
-        if (![_types containsObject:type]) {
-            [_types addObject:type];
-        }
-        [_providerMap setObject:provider forKey:type];
-    }
-    return YES;
-}
-
-- (NSArray*)types {
-    return [NSArray arrayWithArray:_types];
-}
-
 - (NSData*)dataForType:(NSString*)type {
     if ([_dataMap objectForKey:type] == nil) {
         [[_providerMap objectForKey:type] pasteboard:nil item:self provideDataForType:type];
@@ -101,115 +79,56 @@ static NSString* const kItemsType = @"com.orvane.pasteboard-items";
     return [self declareTypes:[NSArray array] owner:nil];
 }
 
-// Types and their data by turns. A type whose owner does not hand its data out is left out.
-static NSArray* ContentOfItem(NSPasteboardItem* item) {
-    NSMutableArray* content = [NSMutableArray array];
-    for (NSString* type in [item types]) {
-        NSData* data = [item dataForType:type];
-        if (data != nil) {
-            [content addObject:type];
-            [content addObject:data];
-        }
-    }
-    return content;
-}
-
-static NSData* ArchiveOfItems(NSArray* items) {
-    NSMutableArray* archive = [NSMutableArray array];
-    for (NSPasteboardItem* item in items) {
-        [archive addObject:ContentOfItem(item)];
-    }
-    return [NSPropertyListSerialization dataFromPropertyList:archive
-                                                      format:NSPropertyListBinaryFormat_v1_0
-                                            errorDescription:nullptr];
-}
-
-static NSArray* ItemsOfArchive(NSData* archive) {
-    id contents = [NSPropertyListSerialization propertyListFromData:archive
-                                                   mutabilityOption:NSPropertyListImmutable
-                                                             format:nullptr
-                                                   errorDescription:nullptr];
-    if (![contents isKindOfClass:[NSArray class]]) {
-        return nil;
-    }
-    NSMutableArray* items = [NSMutableArray array];
-    for (NSArray* content in contents) {
-        NSPasteboardItem* item = [[[NSPasteboardItem alloc] init] autorelease];
-        for (NSUInteger place = 0; place + 1 < [content count]; place += 2) {
-            [item setData:[content objectAtIndex:place + 1] forType:[content objectAtIndex:place]];
-        }
-        [items addObject:item];
-    }
-    return items;
-}
-
 - (BOOL)writeObjects:(NSArray*)objects {
-    for (id object in objects) {
-        if (![object isKindOfClass:[NSPasteboardItem class]]) {
-            return NO;
-        }
-    }
-    if ([objects count] == 0) {
-        return YES;
-    }
     // What is there already stays; it is read before the declaration, which empties the pasteboard.
-    NSMutableArray* items = [NSMutableArray array];
-    for (NSPasteboardItem* present in [self pasteboardItems]) {
-        NSPasteboardItem* copy = [[[NSPasteboardItem alloc] init] autorelease];
-        for (NSString* type in [present types]) {
-            [copy setData:[present dataForType:type] forType:type];
-        }
-        [items addObject:copy];
-    }
-    [items addObjectsFromArray:objects];
-
-    NSData* archive = [items count] > 1 ? ArchiveOfItems(items) : nil;
-    if ([items count] > 1 && archive == nil) {
-        return NO;
-    }
-    NSArray* first = ContentOfItem([items objectAtIndex:0]);
+    NSArray* items = [[self pasteboardItems] arrayByAddingObjectsFromArray:objects];
     NSMutableArray* types = [NSMutableArray array];
-    for (NSUInteger place = 0; place < [first count]; place += 2) {
-        [types addObject:[first objectAtIndex:place]];
-    }
-    if (archive != nil) {
-        [types addObject:kItemsType];
+    NSMutableArray* contents = [NSMutableArray array];
+    for (NSUInteger place = 0; place < [items count]; ++place) {
+        NSPasteboardItem* item = [items objectAtIndex:place];
+        NSString* prefix =
+            place > 0 ? [NSString stringWithFormat:@"%lu%@", static_cast<unsigned long>(place), kItemMark] : @"";
+        for (NSString* type in [item types]) {
+            NSData* data = [item dataForType:type];
+            if (data != nil) { // its owner may not hand it out
+                [types addObject:[prefix stringByAppendingString:type]];
+                [contents addObject:data];
+            }
+        }
     }
     [self declareTypes:types owner:nil];
-    BOOL written = archive == nil || [self setData:archive forType:kItemsType];
-    for (NSUInteger place = 0; place < [first count]; place += 2) {
-        written = [self setData:[first objectAtIndex:place + 1] forType:[first objectAtIndex:place]] && written;
+    BOOL written = YES;
+    for (NSUInteger place = 0; place < [types count]; ++place) {
+        written = [self setData:[contents objectAtIndex:place] forType:[types objectAtIndex:place]] && written;
     }
     return written;
 }
 
 - (NSArray*)pasteboardItems {
-    // The types come from another process: they are asked for once.
     const NSInteger count = [self changeCount];
-    NSArray* remote = [self types];
-    NSMutableArray* types = [NSMutableArray array];
-    for (NSUInteger place = 0; place < [remote count]; ++place) {
-        [types addObject:[NSString stringWithString:[remote objectAtIndex:place]]];
-    }
-    if ([types containsObject:kItemsType]) {
-        NSData* archive = [self dataForType:kItemsType];
-        NSArray* items = archive != nil ? ItemsOfArchive(archive) : nil;
-        if (items != nil) {
-            return items;
+    NSArray* types = [self types]; // of another process
+    NSMutableArray* items = [NSMutableArray array];
+    for (NSUInteger place = 0; place < [types count]; ++place) {
+        NSString* type = [NSString stringWithString:[types objectAtIndex:place]];
+        const NSRange mark = [type rangeOfString:kItemMark];
+        NSString* prefix = mark.length > 0 ? [type substringToIndex:NSMaxRange(mark)] : @"";
+        OVPasteboardItemOnPasteboard* item = [items lastObject];
+        if (item == nil || ![item->prefix_ isEqual:prefix]) {
+            item = [[[OVPasteboardItemOnPasteboard alloc] init] autorelease];
+            item->pasteboard_ = [self retain];
+            item->changeCount_ = count;
+            item->prefix_ = [prefix copy];
+            [items addObject:item];
         }
-        [types removeObject:kItemsType];
+        [item addType:[type substringFromIndex:[prefix length]]];
     }
-    if ([types count] == 0) {
-        return [NSArray array];
-    }
-    return [NSArray arrayWithObject:[[[OVPasteboardItemOnPasteboard alloc] initWithPasteboard:self
-                                                                                  changeCount:count
-                                                                                        types:types] autorelease]];
+    return items;
 }
 
 - (NSArray*)readObjectsForClasses:(NSArray*)classes options:(NSDictionary*)options {
+    (void)classes; // that of items alone
     (void)options;
-    return [classes containsObject:[NSPasteboardItem class]] ? [self pasteboardItems] : [NSArray array];
+    return [self pasteboardItems];
 }
 
 @end
@@ -218,19 +137,12 @@ static NSArray* ItemsOfArchive(NSData* archive) {
 
 /// A script that the program `osascript` runs.
 @interface OVScriptOfOsascript : NSAppleScript {
+  @public
     NSString* source_;
 }
 @end
 
 @implementation OVScriptOfOsascript
-
-- (id)initWithSource:(NSString*)source {
-    self = [super init];
-    if (self != nil) {
-        source_ = [source copy];
-    }
-    return self;
-}
 
 - (void)dealloc {
     [source_ release];
@@ -238,13 +150,8 @@ static NSArray* ItemsOfArchive(NSData* archive) {
 }
 
 - (id)executeAndReturnError:(NSDictionary**)error {
-    if (orvane::runOsascript([source_ UTF8String])) {
-        return [NSNull null];
-    }
-    if (error != nullptr) {
-        *error = [NSDictionary dictionary];
-    }
-    return nil;
+    (void)error;
+    return orvane::runOsascript([source_ UTF8String]) ? [NSNull null] : nil;
 }
 
 @end
@@ -253,52 +160,31 @@ static NSArray* ItemsOfArchive(NSData* archive) {
 
 - (id)initWithSource:(NSString*)source {
     [self release];
-    return source != nil ? [[OVScriptOfOsascript alloc] initWithSource:source] : nil;
-}
-
-- (id)executeAndReturnError:(NSDictionary**)error {
-    if (error != nullptr) {
-        *error = [NSDictionary dictionary];
-    }
-    return nil;
+    OVScriptOfOsascript* script = [[OVScriptOfOsascript alloc] init];
+    script->source_ = [source copy];
+    return script;
 }
 
 @end
 
 /// An application that has told the workspace of itself, as all do that run their event loop, or that was launched just
-/// now and is about to.
+/// now and is about to. Its path tells it from others.
 @interface OVRunningApplication : NSRunningApplication {
-    NSString* name_;
     NSString* path_;
-    pid_t processIdentifier_;
 }
-- (id)initWithEntry:(NSDictionary*)entry;
 - (id)initWithPath:(NSString*)path;
 @end
 
 @implementation OVRunningApplication
 
-- (id)initWithEntry:(NSDictionary*)entry {
-    self = [super init];
-    if (self != nil) {
-        name_ = [[entry objectForKey:@"NSApplicationName"] copy];
-        path_ = [[entry objectForKey:@"NSApplicationPath"] copy];
-        processIdentifier_ = [[entry objectForKey:@"NSApplicationProcessIdentifier"] intValue];
-    }
-    return self;
-}
-
 - (id)initWithPath:(NSString*)path {
-    self = [super init];
-    if (self != nil) {
+    if ((self = [super init]) != nil) {
         path_ = [path copy];
-        name_ = [[[path lastPathComponent] stringByDeletingPathExtension] copy];
     }
     return self;
 }
 
 - (void)dealloc {
-    [name_ release];
     [path_ release];
     [super dealloc];
 }
@@ -311,7 +197,7 @@ static NSArray* ItemsOfArchive(NSData* archive) {
 }
 
 - (NSString*)localizedName {
-    return name_;
+    return [[path_ lastPathComponent] stringByDeletingPathExtension];
 }
 
 - (NSString*)bundleIdentifier {
@@ -332,25 +218,19 @@ static NSArray* ItemsOfArchive(NSData* archive) {
 }
 
 - (pid_t)processIdentifier {
-    if (processIdentifier_ == 0) {
-        for (NSDictionary* entry in [[NSWorkspace sharedWorkspace] launchedApplications]) {
-            if ([[entry objectForKey:@"NSApplicationPath"] isEqual:path_]) {
-                processIdentifier_ = [[entry objectForKey:@"NSApplicationProcessIdentifier"] intValue];
-            }
+    for (NSDictionary* entry in [[NSWorkspace sharedWorkspace] launchedApplications]) {
+        const pid_t identifier = [[entry objectForKey:@"NSApplicationProcessIdentifier"] intValue];
+        if ([[entry objectForKey:@"NSApplicationPath"] isEqual:path_] && (kill(identifier, 0) == 0 || errno == EPERM)) {
+            return identifier;
         }
     }
-    return processIdentifier_ != 0 && (kill(processIdentifier_, 0) == 0 || errno == EPERM) ? processIdentifier_ : -1;
-}
-
-- (BOOL)isTerminated {
-    return [self processIdentifier] == -1;
+    return -1;
 }
 
 - (BOOL)terminate {
-    if ([self isTerminated]) {
-        return NO;
-    }
-    id application = [NSConnection rootProxyForConnectionWithRegisteredName:name_ host:@""];
+    id application = [self processIdentifier] != -1
+                         ? [NSConnection rootProxyForConnectionWithRegisteredName:[self localizedName] host:@""]
+                         : nil;
     if (application == nil) {
         return NO;
     }
@@ -375,7 +255,8 @@ static NSArray* ItemsOfArchive(NSData* archive) {
 - (NSArray*)runningApplications {
     NSMutableArray* applications = [NSMutableArray array];
     for (NSDictionary* entry in [self launchedApplications]) {
-        [applications addObject:[[[OVRunningApplication alloc] initWithEntry:entry] autorelease]];
+        NSString* path = [entry objectForKey:@"NSApplicationPath"];
+        [applications addObject:[[[OVRunningApplication alloc] initWithPath:path] autorelease]];
     }
     return applications;
 }
@@ -386,13 +267,9 @@ static NSArray* ItemsOfArchive(NSData* archive) {
                                           error:(NSError**)error {
     (void)options;
     (void)configuration;
-    if ([url isFileURL] && [self launchApplication:[url path]]) {
-        return [[[OVRunningApplication alloc] initWithPath:[url path]] autorelease];
-    }
-    if (error != nullptr) {
-        *error = [NSError errorWithDomain:NSCocoaErrorDomain code:NSFileNoSuchFileError userInfo:nil];
-    }
-    return nil;
+    (void)error; // nobody asks why
+    return [self launchApplication:[url path]] ? [[[OVRunningApplication alloc] initWithPath:[url path]] autorelease]
+                                               : nil;
 }
 
 @end
