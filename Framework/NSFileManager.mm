@@ -43,7 +43,7 @@ namespace face = orvane::face;
 @implementation NSFileManager (TemporaryDirectory)
 
 - (NSString*)createTemporaryDirectory {
-    return face::orNil(orvane::TemporaryDirectory::createTemporaryDirectory(), face::stringOfPath);
+    return face::ifAny(orvane::TemporaryDirectory::createTemporaryDirectory(), face::stringOfPath);
 }
 
 @end

@@ -27,7 +27,7 @@ orvane::OVAuthorization& coreOf(void* core) {
 
 - (id)initWithToolPath:(NSString*)toolPath {
     if ((self = [super init]) != nil) {
-        core_ = new orvane::OVAuthorization(face::optionalPathOf(toolPath));
+        core_ = new orvane::OVAuthorization(face::ifAny(toolPath, face::pathOf));
     }
     return self;
 }
@@ -38,11 +38,11 @@ orvane::OVAuthorization& coreOf(void* core) {
 }
 
 - (NSString*)toolPath {
-    return face::orNil(coreOf(core_).toolPath(), face::stringOfPath);
+    return face::ifAny(coreOf(core_).toolPath(), face::stringOfPath);
 }
 
 - (void)setToolPath:(NSString*)toolPath {
-    coreOf(core_).setToolPath(face::optionalPathOf(toolPath));
+    coreOf(core_).setToolPath(face::ifAny(toolPath, face::pathOf));
 }
 
 - (int32_t)authenticate {
@@ -58,20 +58,20 @@ orvane::OVAuthorization& coreOf(void* core) {
 }
 
 - (int32_t)removeWithPriviliges:(NSString*)path {
-    return coreOf(core_).removeWithPriviliges(pointer(face::optionalPathOf(path)));
+    return coreOf(core_).removeWithPriviliges(pointer(face::ifAny(path, face::pathOf)));
 }
 
 - (int32_t)copyWithPriviliges:(NSString*)source to:(NSString*)destination {
-    return coreOf(core_).copyWithPriviliges(pointer(face::optionalPathOf(source)),
-                                            pointer(face::optionalPathOf(destination)));
+    return coreOf(core_).copyWithPriviliges(pointer(face::ifAny(source, face::pathOf)),
+                                            pointer(face::ifAny(destination, face::pathOf)));
 }
 
 - (int32_t)createDirectoryAtPath:(NSString*)path {
-    return coreOf(core_).createDirectoryAtPath(pointer(face::optionalPathOf(path)));
+    return coreOf(core_).createDirectoryAtPath(pointer(face::ifAny(path, face::pathOf)));
 }
 
 + (int32_t)runToolWithPriviliges:(NSString*)toolPath arguments:(char* const*)arguments {
-    return orvane::OVAuthorization::runToolWithPriviliges(face::optionalPathOf(toolPath), arguments);
+    return orvane::OVAuthorization::runToolWithPriviliges(face::ifAny(toolPath, face::pathOf), arguments);
 }
 
 @end

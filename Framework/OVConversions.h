@@ -18,7 +18,6 @@ using cocoa::textOf;
 
 /// The path as the file system spells it.
 std::string pathOf(NSString* string);
-std::optional<std::string> optionalPathOf(NSString* string);
 
 /// The elements. One that is no string raises `NSInvalidArgumentException`: with fewer words a command would do
 /// something else.
@@ -35,8 +34,11 @@ template <typename Values, typename Convert> NSMutableArray* arrayOf(const Value
 NSMutableArray* stringsOfPaths(const std::vector<std::string>& paths);
 NSMutableDictionary* dictionaryOf(const OVVolumeDictionary& volume);
 
-/// The object of the value, if there is one.
-template <typename Value, typename Convert> auto orNil(const std::optional<Value>& value, Convert convert) {
+/// The value of the object, or the object of the value, if there is one.
+template <typename Object, typename Convert> auto ifAny(Object* object, Convert convert) {
+    return object != nil ? std::optional(convert(object)) : std::nullopt;
+}
+template <typename Value, typename Convert> auto ifAny(const std::optional<Value>& value, Convert convert) {
     return value ? convert(*value) : nil;
 }
 

@@ -33,10 +33,6 @@ std::string pathOf(NSString* string) {
     }
 }
 
-std::optional<std::string> optionalPathOf(NSString* string) {
-    return string != nil ? std::optional(pathOf(string)) : std::nullopt;
-}
-
 std::vector<std::string> textsOf(NSArray* strings) {
     return convertAll(strings, textOf);
 }

@@ -27,13 +27,9 @@ OV_EXTERN const NSInteger OVShellCommandCancelFailed; ///< -9999: a cancel was a
 /// The child of the current or last run; 0 before a run has forked, -1 when the start failed.
 @property(readonly) int32_t processID;
 
-/// The designated initialiser.
-- (id)init;
-
 /// Runs the program at the absolute path with the arguments (strings, without its name; an element of another class
-/// raises `NSInvalidArgumentException`) and blocks until it has
-/// ended, or until a cancel could not be sent. The delegate is not retained. Returns an exit code, one of the
-/// constants above or -1.
+/// raises `NSInvalidArgumentException`) and blocks until it has ended, or until a cancel could not be sent. The
+/// delegate is not retained. Returns an exit code, one of the constants above or -1.
 - (NSInteger)runCommandAtPath:(NSString*)path
                     arguments:(NSArray* OV_NULLABLE)arguments
                      delegate:(id<OVShellCommandDelegate> OV_NULLABLE)delegate;

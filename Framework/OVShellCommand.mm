@@ -19,7 +19,7 @@ class Delegate final : public orvane::OVShellCommandDelegate {
 
     void shellCommandHasOutputAvailable(std::optional<std::string_view> chunk) override {
         exception.guard(0, [&] {
-            [delegate_ shellCommandHasOutputAvailable:face::orNil(chunk, face::stringOf)];
+            [delegate_ shellCommandHasOutputAvailable:face::ifAny(chunk, face::stringOf)];
             return 0;
         });
     }

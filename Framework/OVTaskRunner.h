@@ -44,8 +44,6 @@ OV_EXTERN NSString* const kOVSecureEraseFreeSpaceTempFilename;
 /// The owner, who receives output, answers cancel questions and supplies the user's choices.
 @property(retain) id<OVTaskDelegate> OV_NULLABLE delegate;
 
-- (id)init;
-
 // The command layer.
 
 /// Runs the program at the absolute path with the arguments (strings).
@@ -60,9 +58,6 @@ OV_EXTERN NSString* const kOVSecureEraseFreeSpaceTempFilename;
 - (int32_t)runAuthorizedTask:(id OV_NULLABLE)task;
 /// The paths that match the patterns, each read as an absolute path.
 - (NSMutableArray*)pathsByExpandingGlobs:(NSArray*)globs;
-
-- (void)shellCommandHasOutputAvailable:(NSString* OV_NULLABLE)chunk;
-- (BOOL)shellCommandShouldCancel;
 
 // Volumes and disks.
 
@@ -85,13 +80,11 @@ OV_EXTERN NSString* const kOVSecureEraseFreeSpaceTempFilename;
 - (int32_t)secureDeleteItemsAtPaths:(NSArray*)paths;
 - (int32_t)forceDeleteItemsAtPaths:(NSArray*)paths;
 - (int32_t)forceDeleteItemsAtGlobs:(NSArray*)globs;
-/// Files that the delegate chooses; 2 without a choice.
+// Files that the delegate chooses; 2 without a choice.
 - (int32_t)secureDeleteFiles;
-/// Files that the delegate chooses; 2 without a choice.
 - (int32_t)forceDeleteFiles;
-/// Acts on `userTrashitems`.
+// These act on `userTrashitems`.
 - (int32_t)secureEmptyTrash;
-/// Acts on `userTrashitems`.
 - (int32_t)forceEmptyTrash;
 - (int32_t)removeDSStoreFilesInPath:(NSString*)path;
 - (int32_t)removeDSStoreFilesInHomeFolder;
@@ -140,9 +133,8 @@ OV_EXTERN NSString* const kOVSecureEraseFreeSpaceTempFilename;
 
 - (int32_t)cleanUserCache;
 - (int32_t)cleanDashboardCache;
-/// With one of the browser constants; any other name deletes nothing.
+// With one of the browser constants; any other name deletes nothing.
 - (int32_t)cleanBrowserCache:(NSString*)browser;
-/// With one of the browser constants; any other name deletes nothing.
 - (int32_t)cleanBrowserHistory:(NSString*)browser;
 /// Moves the visible items of the desktop into a new dated folder in the delegate's `archiveDesktopPath`.
 - (int32_t)cleanDesktop;

@@ -42,7 +42,7 @@ class Core final : public orvane::OVTaskDelegate {
 
     void hasOutputAvailable(std::optional<std::string_view> output) override {
         exception.guard(0, [&] {
-            [[runner_ delegate] hasOutputAvailable:face::orNil(output, face::stringOf)];
+            [[runner_ delegate] hasOutputAvailable:face::ifAny(output, face::stringOf)];
             return 0;
         });
     }
@@ -53,7 +53,7 @@ class Core final : public orvane::OVTaskDelegate {
 
     std::optional<std::string> archiveDesktopPath() override {
         return exception.guard(std::optional<std::string>(),
-                               [&] { return face::optionalPathOf([[runner_ delegate] archiveDesktopPath]); });
+                               [&] { return face::ifAny([[runner_ delegate] archiveDesktopPath], face::pathOf); });
     }
 
     std::uint64_t largeFilesSize() override {
@@ -62,12 +62,10 @@ class Core final : public orvane::OVTaskDelegate {
 
     std::optional<std::vector<std::string>> inputPathsWithDirectoriesOnly(bool directoriesOnly,
                                                                           bool allowsMultipleSelection) override {
-        using Paths = std::optional<std::vector<std::string>>;
-        return exception.guard(Paths(), [&] {
-            NSArray* const chosen =
-                [[runner_ delegate] inputPathsWithDirectoriesOnly:(directoriesOnly ? YES : NO)
-                                          allowsMultipleSelection:(allowsMultipleSelection ? YES : NO)];
-            return chosen != nil ? Paths(face::pathsOf(chosen)) : Paths();
+        return exception.guard(std::optional<std::vector<std::string>>(), [&] {
+            return face::ifAny([[runner_ delegate] inputPathsWithDirectoriesOnly:(directoriesOnly ? YES : NO)
+                                                         allowsMultipleSelection:(allowsMultipleSelection ? YES : NO)],
+                               face::pathsOf);
         });
     }
 
@@ -114,8 +112,6 @@ NSRunningApplication* applicationOf(const std::shared_ptr<orvane::RunningApplica
     [super dealloc];
 }
 
-#pragma mark The command layer
-
 - (int32_t)runCommand:(NSString*)path arguments:(NSArray*)arguments {
     return perform(core_, &Tasks::runCommand, face::textOf(path), face::textsOf(arguments));
 }
@@ -149,8 +145,6 @@ NSRunningApplication* applicationOf(const std::shared_ptr<orvane::RunningApplica
     return [[self delegate] shouldCancel];
 }
 
-#pragma mark Volumes and disks
-
 - (int32_t)repairDiskPermissions {
     return perform(core_, &Tasks::repairDiskPermissions);
 }
@@ -176,11 +170,9 @@ NSRunningApplication* applicationOf(const std::shared_ptr<orvane::RunningApplica
 }
 
 - (NSArray*)mountedBrowsableVolumes {
-    return face::orNil(perform(core_, &Tasks::mountedBrowsableVolumes),
+    return face::ifAny(perform(core_, &Tasks::mountedBrowsableVolumes),
                        [](const auto& volumes) { return face::arrayOf(volumes, face::dictionaryOf); });
 }
-
-#pragma mark Deletion
 
 - (int32_t)secureDeleteItemsAtPaths:(NSArray*)paths {
     return perform(core_, &Tasks::secureDeleteItemsAtPaths, face::textsOf(paths));
@@ -227,11 +219,11 @@ NSRunningApplication* applicationOf(const std::shared_ptr<orvane::RunningApplica
 }
 
 - (NSString*)promptForFolder {
-    return face::orNil(perform(core_, &Tasks::promptForFolder), face::stringOfPath);
+    return face::ifAny(perform(core_, &Tasks::promptForFolder), face::stringOfPath);
 }
 
 - (NSArray*)pathsWithDirectoriesOnly:(BOOL)directoriesOnly allowsMultipleSelection:(BOOL)allowsMultipleSelection {
-    return face::orNil(
+    return face::ifAny(
         perform(core_, &Tasks::pathsWithDirectoriesOnly, directoriesOnly != NO, allowsMultipleSelection != NO),
         face::stringsOfPaths);
 }
@@ -248,8 +240,6 @@ NSRunningApplication* applicationOf(const std::shared_ptr<orvane::RunningApplica
     return face::stringsOfPaths(perform(core_, &Tasks::userTrashitems));
 }
 
-#pragma mark Preferences and leftovers
-
 - (int32_t)removeCorruptUserPreferences {
     return perform(core_, &Tasks::removeCorruptUserPreferences);
 }
@@ -261,8 +251,6 @@ NSRunningApplication* applicationOf(const std::shared_ptr<orvane::RunningApplica
 - (int32_t)cleanStaleTemporaryFiles {
     return perform(core_, &Tasks::cleanStaleTemporaryFiles);
 }
-
-#pragma mark Applications, restart and shutdown
 
 - (int32_t)quitAllApplications {
     return perform(core_, &Tasks::quitAllApplications);
@@ -312,8 +300,6 @@ NSRunningApplication* applicationOf(const std::shared_ptr<orvane::RunningApplica
     return perform(core_, &Tasks::shutdown);
 }
 
-#pragma mark Cleaning
-
 - (int32_t)cleanUserCache {
     return perform(core_, &Tasks::cleanUserCache);
 }
@@ -342,8 +328,6 @@ NSRunningApplication* applicationOf(const std::shared_ptr<orvane::RunningApplica
     return perform(core_, &Tasks::rebuildLaunchServices);
 }
 
-#pragma mark Large files and memory
-
 - (int32_t)findLargeFilesInPath:(NSString*)path {
     return perform(core_, &Tasks::findLargeFilesInPath, face::textOf(path));
 }
@@ -351,8 +335,6 @@ NSRunningApplication* applicationOf(const std::shared_ptr<orvane::RunningApplica
 - (int32_t)freeMemory {
     return perform(core_, &Tasks::freeMemory);
 }
-
-#pragma mark Settings
 
 // An object that the host reads or sets itself does not become a value of the core's on the way.
 
@@ -410,8 +392,6 @@ NSRunningApplication* applicationOf(const std::shared_ptr<orvane::RunningApplica
     cocoa::setObjectInDomain(userDefaults, object, key, defaults);
     [userDefaults synchronize];
 }
-
-#pragma mark The clipboard
 
 - (int32_t)restoreItemsFromPasteboard:(NSPasteboard*)pasteboard {
     return [[self pasteboardServer] restoreItemsFromPasteboard:pasteboard] ? 0 : 1;

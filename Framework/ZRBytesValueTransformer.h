@@ -17,13 +17,6 @@ OV_EXTERN const NSUInteger ZRBytesValueTransformerCalculatingSize;
 /// The kilo of the mode, found out anew by every call.
 @property(readonly) uint64_t kilobyteSize;
 
-- (id)init;
-
-/// `NSString`.
-+ (Class)transformedValueClass;
-/// NO.
-+ (BOOL)allowsReverseTransformation;
-
 /// The text for an object that answers `unsignedIntegerValue` and `floatValue`, as `NSNumber` does; nil for nil and
 /// for any other object.
 - (id OV_NULLABLE)transformedValue:(id OV_NULLABLE)value;

@@ -1,6 +1,8 @@
 #include "Backends/Cocoa/CocoaSupport.h"
 #include "Platform/AlertPanel.h"
 
+#pragma clang diagnostic ignored "-Wdeprecated-declarations" // its answers are the contract's
+
 namespace orvane {
 
 namespace {
@@ -12,12 +14,9 @@ class CocoaAlertPanel final : public AlertPanel {
     std::int32_t run(const AlertPanelTexts& texts) override {
         return guarded(std::int32_t{kAlertPanelAlternate}, [&] {
             [NSApplication sharedApplication];
-#pragma clang diagnostic push
-#pragma clang diagnostic ignored "-Wdeprecated-declarations"
             return static_cast<std::int32_t>(
                 NSRunAlertPanel(stringOf(texts.title), @"%@", stringOf(texts.defaultButton),
                                 stringOf(texts.alternateButton), stringOf(texts.otherButton), stringOf(texts.message)));
-#pragma clang diagnostic pop
         });
     }
 };

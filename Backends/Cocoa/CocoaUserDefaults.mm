@@ -39,7 +39,7 @@ class CocoaUserDefaults final : public UserDefaults {
     explicit CocoaUserDefaults(NSUserDefaults* defaults) : defaults_(defaults) {}
 
     std::optional<PropertyListValue> objectForKey(const std::string& key, const std::string& domain) override {
-        return guarded(std::optional<PropertyListValue>(), [&]() -> std::optional<PropertyListValue> {
+        return guarded(std::optional<PropertyListValue>(), [&] {
             id object = objectInDomain(defaults_.get(), stringOf(key), stringOf(domain));
             return object != nil ? valueOf(object) : std::nullopt;
         });

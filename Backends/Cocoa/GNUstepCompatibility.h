@@ -32,11 +32,13 @@
 - (BOOL)setAttributes:(NSDictionary*)attributes ofItemAtPath:(NSString*)path error:(NSError**)error;
 @end
 
-namespace orvane::cocoa {
-
 /// A linker takes from a static library only what is named, and nothing names a category: this does.
-extern const int gnustepCompatibility;
-[[gnu::used]] static const int* const kGNUstepCompatibility = &gnustepCompatibility;
+extern "C" const int OVGNUstepCompatibility;
+[[gnu::used]] static const int* const kGNUstepCompatibility = &OVGNUstepCompatibility;
+
+#endif
+
+namespace orvane::cocoa {
 
 /// The modes that `NSRunLoopCommonModes` means, which GNUstep takes for a mode of its own that nothing ever runs.
 NSArray* commonRunLoopModes();
@@ -45,19 +47,3 @@ NSArray* commonRunLoopModes();
 NSUserDefaults* freshUserDefaults();
 
 } // namespace orvane::cocoa
-
-#else
-
-namespace orvane::cocoa {
-
-inline NSArray* commonRunLoopModes() {
-    return [NSArray arrayWithObject:NSRunLoopCommonModes];
-}
-
-inline NSUserDefaults* freshUserDefaults() {
-    return [[[NSUserDefaults alloc] init] autorelease];
-}
-
-} // namespace orvane::cocoa
-
-#endif

@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <csignal>
 
+#pragma clang diagnostic ignored "-Wobjc-protocol-method-implementation" // GNUstep's own methods are to be replaced
+
 // The pasteboard of GNUstep knows types, not items. The first item's types are the pasteboard's, those of the following
 // items have the item's number and this behind it in front.
 static NSString* const kItemMark = @" com.orvane.pasteboard-item ";
@@ -46,9 +48,6 @@ static NSString* const kItemMark = @" com.orvane.pasteboard-item ";
 }
 
 @end
-
-#pragma clang diagnostic push
-#pragma clang diagnostic ignored "-Wobjc-protocol-method-implementation"
 
 // GNUstep's own keeps the data, but never says of which types it has any, and raises an exception for the others.
 @implementation NSPasteboardItem (OVRepairedForGNUstep)
@@ -132,8 +131,6 @@ static NSString* const kItemMark = @" com.orvane.pasteboard-item ";
 }
 
 @end
-
-#pragma clang diagnostic pop
 
 /// A script that the program `osascript` runs.
 @interface OVScriptOfOsascript : NSAppleScript {
@@ -228,9 +225,7 @@ static NSString* const kItemMark = @" com.orvane.pasteboard-item ";
 }
 
 - (BOOL)terminate {
-    id application = [self processIdentifier] != -1
-                         ? [NSConnection rootProxyForConnectionWithRegisteredName:[self localizedName] host:@""]
-                         : nil;
+    id application = [NSConnection rootProxyForConnectionWithRegisteredName:[self localizedName] host:@""];
     if (application == nil) {
         return NO;
     }
@@ -245,9 +240,6 @@ static NSString* const kItemMark = @" com.orvane.pasteboard-item ";
 }
 
 @end
-
-#pragma clang diagnostic push
-#pragma clang diagnostic ignored "-Wobjc-protocol-method-implementation"
 
 // GNUstep's own answers are nil.
 @implementation NSWorkspace (OVMissingInGNUstep)
@@ -274,8 +266,6 @@ static NSString* const kItemMark = @" com.orvane.pasteboard-item ";
 
 @end
 
-#pragma clang diagnostic pop
-
 @implementation NSFileManager (OVMissingInGNUstep)
 
 - (BOOL)setAttributes:(NSDictionary*)attributes ofItemAtPath:(NSString*)path error:(NSError**)error {
@@ -292,20 +282,26 @@ static NSString* const kItemMark = @" com.orvane.pasteboard-item ";
 
 @end
 
+const int OVGNUstepCompatibility = 1;
+
+#endif
+
 namespace orvane::cocoa {
 
-const int gnustepCompatibility = 1;
-
 NSArray* commonRunLoopModes() {
+#ifdef GNUSTEP
     return [NSArray arrayWithObjects:NSDefaultRunLoopMode, NSModalPanelRunLoopMode, NSEventTrackingRunLoopMode, nil];
+#else
+    return [NSArray arrayWithObject:NSRunLoopCommonModes];
+#endif
 }
 
 NSUserDefaults* freshUserDefaults() {
     NSUserDefaults* defaults = [[[NSUserDefaults alloc] init] autorelease];
+#ifdef GNUSTEP
     [defaults synchronize];
+#endif
     return defaults;
 }
 
 } // namespace orvane::cocoa
-
-#endif

@@ -399,8 +399,8 @@ TEST_F(TaskRunnerFaceTest, TheSizeOfLargeFilesHasSixtyFourBits) {
 }
 
 TEST_F(TaskRunnerFaceTest, NoPathIsNoEmptyOne) {
-    EXPECT_EQ(orvane::face::optionalPathOf(nil), std::nullopt);
-    EXPECT_EQ(orvane::face::optionalPathOf(@""), "");
+    EXPECT_EQ(orvane::face::ifAny(static_cast<NSString*>(nil), orvane::face::pathOf), std::nullopt);
+    EXPECT_EQ(orvane::face::ifAny(@"", orvane::face::pathOf), "");
 }
 
 TEST_F(TaskRunnerFaceTest, AnArchiveThatTheDelegateDoesNotHaveCancels) {
