@@ -1,6 +1,6 @@
 #import "Framework/OVConversions.h"
 
-#import "Backends/Cocoa/CocoaPropertyList.h"
+#import "Backends/Cocoa/CocoaUserDefaults.h"
 
 namespace orvane::face {
 

@@ -54,20 +54,12 @@ orvane::OVPasteboardServer& coreOf(void* core) {
 /// An array whose elements are whatever the history holds when it is asked. Copies and enumerations have what it holds
 /// when they begin, and keep it.
 @interface OVPasteboardHistory : NSArray {
-  @private
+  @public
     History* history_;
 }
-- (id)initWithHistory:(const History&)history;
 @end
 
 @implementation OVPasteboardHistory
-
-- (id)initWithHistory:(const History&)history {
-    if ((self = [super init]) != nil) {
-        history_ = new History(history);
-    }
-    return self;
-}
 
 - (void)dealloc {
     delete history_;
@@ -127,7 +119,9 @@ orvane::OVPasteboardServer& coreOf(void* core) {
         RunLoopOfServer runLoop(self);
         core_ = new Core(orvane::OVPasteboardServer::create(orvane::PasteboardService::platform(), runLoop,
                                                             std::make_unique<MonitorOfServer>(self)));
-        pasteboards_ = [[OVPasteboardHistory alloc] initWithHistory:coreOf(core_).pasteboards()];
+        OVPasteboardHistory* const history = [[OVPasteboardHistory alloc] init];
+        history->history_ = new History(coreOf(core_).pasteboards());
+        pasteboards_ = history;
     }
     return self;
 }

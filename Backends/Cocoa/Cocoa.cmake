@@ -42,7 +42,6 @@ add_library(OrvaneCocoa STATIC
   Backends/Cocoa/CocoaFileManager.mm
   Backends/Cocoa/CocoaLocale.mm
   Backends/Cocoa/CocoaPasteboard.mm
-  Backends/Cocoa/CocoaPropertyList.mm
   Backends/Cocoa/CocoaRunLoop.mm
   Backends/Cocoa/CocoaSupport.mm
   Backends/Cocoa/CocoaUserDefaults.mm

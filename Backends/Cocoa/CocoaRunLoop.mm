@@ -3,21 +3,12 @@
 
 /// The target of one timer, which keeps it.
 @interface OVTimerAction : NSObject {
+  @public
     std::function<void()>* action_;
 }
-- (id)initWithAction:(std::function<void()>)action;
-- (void)timerFired:(NSTimer*)timer;
 @end
 
 @implementation OVTimerAction
-
-- (id)initWithAction:(std::function<void()>)action {
-    self = [super init];
-    if (self != nil) {
-        action_ = new std::function<void()>(std::move(action));
-    }
-    return self;
-}
 
 - (void)dealloc {
     delete action_;
@@ -41,7 +32,8 @@ class CocoaRunLoop final : public RunLoop {
   public:
     bool addRepeatingTimer(double seconds, std::function<void()> action) override {
         return cocoa::guarded(false, [&] {
-            OVTimerAction* target = [[[OVTimerAction alloc] initWithAction:std::move(action)] autorelease];
+            OVTimerAction* target = [[[OVTimerAction alloc] init] autorelease];
+            target->action_ = new std::function<void()>(std::move(action));
             cocoa::addRepeatingTimer(seconds, target, @selector(timerFired:));
             return true;
         });

@@ -6,17 +6,6 @@
 
 namespace orvane::cocoa {
 
-namespace {
-
-bool isFirstHalf(char32_t unit) {
-    return unit >= 0xD800 && unit <= 0xDBFF;
-}
-bool isSecondHalf(char32_t unit) {
-    return unit >= 0xDC00 && unit <= 0xDFFF;
-}
-
-} // namespace
-
 NSString* stringOf(std::string_view text) {
     NSString* string = [[[NSString alloc] initWithBytes:text.data() length:text.size()
                                                encoding:NSUTF8StringEncoding] autorelease];
@@ -43,10 +32,11 @@ std::string textOf(NSString* string) {
     text.reserve(length);
     for (std::size_t place = 0; place < units.size(); ++place) {
         char32_t character = units[place];
-        if (isFirstHalf(character) && place + 1 < units.size() && isSecondHalf(units[place + 1])) {
+        const char32_t next = place + 1 < units.size() ? units[place + 1] : 0;
+        if ((character & 0xFC00U) == 0xD800 && (next & 0xFC00U) == 0xDC00) {
+            character = 0x10000U + ((character & 0x3FFU) << 10U) + (next & 0x3FFU);
             ++place;
-            character = 0x10000U + ((character - 0xD800U) << 10U) + (units[place] - 0xDC00U);
-        } else if (isFirstHalf(character) || isSecondHalf(character)) {
+        } else if ((character & 0xF800U) == 0xD800) {
             character = 0xFFFD;
         }
         appendUTF8(text, character);

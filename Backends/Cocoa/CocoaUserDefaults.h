@@ -1,8 +1,20 @@
 #pragma once
 
+#include "Platform/PropertyList.h"
+
 #import <Foundation/Foundation.h>
 
+#include <optional>
+
 namespace orvane::cocoa {
+
+/// An autoreleased property list object of the value; booleans and numbers become `NSNumber`s of their kind.
+id objectOf(const PropertyListValue& value);
+
+/// The value of a property list object. Nothing, with a log line, for an object that no property list holds.
+/// An integer is unsigned only where 64 bits with a sign cannot hold it.
+std::optional<PropertyListValue> valueOf(id object);
+PropertyListDictionary valuesOf(NSDictionary* dictionary);
 
 // Through these two an object stays the object that it is. An exception ends in them and is logged.
 

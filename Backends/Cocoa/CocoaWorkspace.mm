@@ -4,35 +4,6 @@
 
 namespace orvane {
 
-namespace cocoa {
-
-std::optional<std::string> CocoaRunningApplication::bundleIdentifier() {
-    return guarded(std::optional<std::string>(), [&] { return optionalTextOf([application_.get() bundleIdentifier]); });
-}
-
-std::optional<std::string> CocoaRunningApplication::localizedName() {
-    return guarded(std::optional<std::string>(), [&] { return optionalTextOf([application_.get() localizedName]); });
-}
-
-std::optional<std::string> CocoaRunningApplication::bundlePath() {
-    return guarded(std::optional<std::string>(), [&] { return optionalTextOf([[application_.get() bundleURL] path]); });
-}
-
-std::int32_t CocoaRunningApplication::processIdentifier() {
-    return guarded(std::int32_t{-1}, [&]() -> std::int32_t { return [application_.get() processIdentifier]; });
-}
-
-std::int32_t CocoaRunningApplication::activationPolicy() {
-    return guarded(std::int32_t{kActivationPolicyProhibited},
-                   [&] { return static_cast<std::int32_t>([application_.get() activationPolicy]); });
-}
-
-bool CocoaRunningApplication::terminate() {
-    return guarded(false, [&] { return [application_.get() terminate] != NO; });
-}
-
-} // namespace cocoa
-
 namespace {
 
 using namespace cocoa;

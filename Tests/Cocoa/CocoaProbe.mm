@@ -1,7 +1,7 @@
 // Plays the other process of the tests, and as an application of its own the one that they launch.
 
 #include "Backends/Cocoa/CocoaPasteboard.h"
-#include "Backends/Cocoa/CocoaPropertyList.h"
+#include "Backends/Cocoa/CocoaUserDefaults.h"
 #include "Platform/AlertPanel.h"
 #include "Platform/Bundle.h"
 #include "Platform/Locale.h"

@@ -1,6 +1,6 @@
-#include "Backends/Cocoa/CocoaPropertyList.h"
-#include "Backends/Cocoa/CocoaSupport.h"
 #include "Backends/Cocoa/CocoaUserDefaults.h"
+
+#include "Backends/Cocoa/CocoaSupport.h"
 #include "Platform/UserDefaults.h"
 #include "Tests/Cocoa/CocoaTestSupport.h"
 #include "Tests/Cocoa/ReplacedMethod.h"
