@@ -10,7 +10,9 @@ class CocoaPasteboardData final : public PasteboardData {
   public:
     explicit CocoaPasteboardData(NSData* data) : data_(data) {}
 
-    [[nodiscard]] std::string_view bytes() const override;
+    [[nodiscard]] std::string_view bytes() const override {
+        return {static_cast<const char*>([data() bytes]), [data() length]};
+    }
     [[nodiscard]] std::string description() const override;
 
     [[nodiscard]] NSData* data() const { return data_.get(); }
@@ -43,10 +45,14 @@ class CocoaPasteboard final : public Pasteboard {
   public:
     explicit CocoaPasteboard(NSPasteboard* pasteboard) : pasteboard_(pasteboard) {}
 
-    std::optional<NSInteger> changeCount() override;
+    std::optional<NSInteger> changeCount() override {
+        return guardedAnswer([&]() -> NSInteger { return [pasteboard() changeCount]; });
+    }
     std::optional<PasteboardItems> readItems() override;
     std::optional<PasteboardItems> pasteboardItems() override;
-    bool clearContents() override;
+    bool clearContents() override {
+        return guardedAnswer([&] { return [pasteboard() clearContents]; }).has_value();
+    }
     bool writeObjects(const PasteboardItems& items) override;
     [[nodiscard]] bool isEqual(const Pasteboard& other) const override;
 

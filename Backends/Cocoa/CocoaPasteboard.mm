@@ -26,18 +26,14 @@ NSData* dataOf(const PasteboardData& data) {
 
 } // namespace
 
-std::string_view CocoaPasteboardData::bytes() const {
-    return {static_cast<const char*>([data_.get() bytes]), [data_.get() length]};
-}
-
 std::string CocoaPasteboardData::description() const {
     return guarded(std::string("data"), [&] {
-        NSData* data = data_.get();
-        if ([data length] <= kDescribedBytes) {
-            return textOf([data description]);
+        const NSUInteger length = [data() length];
+        if (length <= kDescribedBytes) {
+            return textOf([data() description]);
         }
-        NSData* start = [data subdataWithRange:NSMakeRange(0, kDescribedBytes)];
-        return textOf([start description]) + " and so on, " + std::to_string([data length]) + " bytes";
+        NSData* start = [data() subdataWithRange:NSMakeRange(0, kDescribedBytes)];
+        return textOf([start description]) + " and so on, " + std::to_string(length) + " bytes";
     });
 }
 
@@ -62,10 +58,6 @@ bool CocoaPasteboardItem::setData(const std::shared_ptr<const PasteboardData>& d
     return guarded(false, [&] { return data && [item_.get() setData:dataOf(*data) forType:stringOf(forType)] != NO; });
 }
 
-std::optional<NSInteger> CocoaPasteboard::changeCount() {
-    return guardedAnswer([&]() -> NSInteger { return [pasteboard_.get() changeCount]; });
-}
-
 std::optional<PasteboardItems> CocoaPasteboard::readItems() {
     return guardedAnswer([&] {
         return itemsOf([pasteboard_.get() readObjectsForClasses:[NSArray arrayWithObject:[NSPasteboardItem class]]
@@ -75,13 +67,6 @@ std::optional<PasteboardItems> CocoaPasteboard::readItems() {
 
 std::optional<PasteboardItems> CocoaPasteboard::pasteboardItems() {
     return guardedAnswer([&] { return itemsOf([pasteboard_.get() pasteboardItems]); });
-}
-
-bool CocoaPasteboard::clearContents() {
-    return guarded(false, [&] {
-        [pasteboard_.get() clearContents];
-        return true;
-    });
 }
 
 bool CocoaPasteboard::writeObjects(const PasteboardItems& items) {

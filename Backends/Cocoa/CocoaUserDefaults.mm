@@ -142,10 +142,8 @@ void setObjectInDomain(NSUserDefaults* defaults, id object, NSString* key, NSStr
         if (!isPropertyList(object)) {
             return false;
         }
-        NSMutableDictionary* changed = [[[defaults persistentDomainForName:domain] mutableCopy] autorelease];
-        if (changed == nil) {
-            changed = [NSMutableDictionary dictionary];
-        }
+        NSMutableDictionary* changed = [NSMutableDictionary dictionary];
+        [changed addEntriesFromDictionary:[defaults persistentDomainForName:domain]]; // none of nil
         [changed setObject:object forKey:key];
         [defaults setPersistentDomain:changed forName:domain];
         return true;
