@@ -4,6 +4,20 @@
 
 #include <gtest/gtest.h>
 
+/// Halves of pairs amid a text, of which GNUstep makes no string.
+@interface OVHalves : NSString
+@end
+
+@implementation OVHalves
+- (NSUInteger)length {
+    return 6;
+}
+- (unichar)characterAtIndex:(NSUInteger)index {
+    const unichar units[] = {'a', 0xD83D, 'z', 0xD83D, 0xD83D, 0xDE00};
+    return units[index];
+}
+@end
+
 namespace orvane::test {
 
 using namespace cocoa;
@@ -36,6 +50,7 @@ TEST(CocoaSupportTest, HalfAPairIsReplacedAndLosesNothingElse) {
 
     EXPECT_EQ(textOf([pair substringToIndex:2]), "a\xEF\xBF\xBD");
     EXPECT_EQ(textOf([pair substringFromIndex:2]), "\xEF\xBF\xBDz");
+    EXPECT_EQ(textOf([[[OVHalves alloc] init] autorelease]), "a\xEF\xBF\xBDz\xEF\xBF\xBD\xF0\x9F\x98\x80");
 }
 
 TEST(CocoaSupportTest, CharactersOfEachLengthGoBothWays) {
