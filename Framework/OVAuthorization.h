@@ -8,11 +8,12 @@ OV_ASSUME_NONNULL_BEGIN
 @interface OVAuthorization : NSObject {
   @private
     void* core_;
+    NSString* toolPath_; // the owner's own object, which the file system may spell in another way
 }
 
 - (id)initWithToolPath:(NSString* OV_NULLABLE)toolPath;
 
-/// The absolute path of the program to run as root, as the file system spells it; not retained for the caller.
+/// The absolute path of the program to run as root, the object that was set; not retained for the caller.
 - (NSString* OV_NULLABLE)toolPath;
 /// The right has to be granted anew for another path.
 - (void)setToolPath:(NSString* OV_NULLABLE)toolPath;

@@ -27,21 +27,26 @@ orvane::OVAuthorization& coreOf(void* core) {
 
 - (id)initWithToolPath:(NSString*)toolPath {
     if ((self = [super init]) != nil) {
+        toolPath_ = [toolPath retain];
         core_ = new orvane::OVAuthorization(face::ifAny(toolPath, face::pathOf));
     }
     return self;
 }
 
 - (void)dealloc {
+    [toolPath_ release];
     delete static_cast<orvane::OVAuthorization*>(core_); // deauthenticates
     [super dealloc];
 }
 
 - (NSString*)toolPath {
-    return face::ifAny(coreOf(core_).toolPath(), face::stringOfPath);
+    return toolPath_;
 }
 
 - (void)setToolPath:(NSString*)toolPath {
+    [toolPath retain];
+    [toolPath_ release];
+    toolPath_ = toolPath;
     coreOf(core_).setToolPath(face::ifAny(toolPath, face::pathOf));
 }
 

@@ -259,8 +259,11 @@ TEST(FrameworkLogTest, TheCoresMessagesTakeTheApplicationsWay) {
 TEST_F(AuthorizationFaceTest, KeepsTheToolPathThroughAFileOperation) {
     OVAuthorization* const authorization = [[[OVAuthorization alloc] initWithToolPath:@"/bin/true"] autorelease];
     EXPECT_EQ(text([authorization toolPath]), "/bin/true");
-    [authorization setToolPath:@"/bin/Größe"];
-    EXPECT_EQ(text([authorization toolPath]), "/bin/Größe");
+    NSString* const path = [NSMutableString stringWithString:@"/bin/Größe"];
+    [authorization setToolPath:path];
+    EXPECT_EQ([authorization toolPath], path) << "the object itself";
+    [authorization setToolPath:[authorization toolPath]];
+    EXPECT_EQ([authorization toolPath], path);
     [authorization setToolPath:@"/bin/true"];
     const int32_t expected = geteuid() == 0 ? 0 : -60007;
     NSString* const folder = [[NSFileManager defaultManager] createTemporaryDirectory];
