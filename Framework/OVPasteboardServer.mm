@@ -136,13 +136,16 @@ orvane::OVPasteboardServer& coreOf(void* core) {
     return [[pasteboards_ retain] autorelease];
 }
 
+// These are carried to the main thread as a whole. Were it the pasteboard's calls alone, a thread would wait for the
+// main one with the server's lock held, and the main one, polling, for the lock.
+
 - (void)pollPasteboard:(NSTimer*)timer {
     static_cast<void>(timer);
-    coreOf(core_).pollPasteboard();
+    cocoa::onMainThread([&] { coreOf(core_).pollPasteboard(); });
 }
 
 - (void)readItemsFromPasteboard {
-    coreOf(core_).readItemsFromPasteboard();
+    cocoa::onMainThread([&] { coreOf(core_).readItemsFromPasteboard(); });
 }
 
 - (NSPasteboardItem*)pasteboardItemByCopyingPasteboardItem:(NSPasteboardItem*)item {

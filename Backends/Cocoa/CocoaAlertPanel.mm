@@ -12,7 +12,7 @@ using namespace cocoa;
 class CocoaAlertPanel final : public AlertPanel {
   public:
     std::int32_t run(const AlertPanelTexts& texts) override {
-        return guarded(std::int32_t{kAlertPanelAlternate}, [&] {
+        return guardedOnMainThread(std::int32_t{kAlertPanelAlternate}, [&] {
             [NSApplication sharedApplication];
             return static_cast<std::int32_t>(
                 NSRunAlertPanel(stringOf(texts.title), @"%@", stringOf(texts.defaultButton),

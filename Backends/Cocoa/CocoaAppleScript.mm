@@ -10,7 +10,7 @@ using namespace cocoa;
 class CocoaAppleScript final : public AppleScript {
   public:
     bool execute(const std::string& source) override {
-        return guarded(false, [&] {
+        return guardedOnMainThread(false, [&] {
             NSAppleScript* script = [[[NSAppleScript alloc] initWithSource:stringOf(source)] autorelease];
             return [script executeAndReturnError:nullptr] != nil;
         });

@@ -40,18 +40,18 @@ class CocoaPasteboardItem final : public PasteboardItem {
     bool onPasteboard_;
 };
 
-/// An `NSPasteboard`.
+/// An `NSPasteboard`, used on the main thread whoever asks.
 class CocoaPasteboard final : public Pasteboard {
   public:
     explicit CocoaPasteboard(NSPasteboard* pasteboard) : pasteboard_(pasteboard) {}
 
     std::optional<NSInteger> changeCount() override {
-        return guardedAnswer([&]() -> NSInteger { return [pasteboard() changeCount]; });
+        return guardedAnswerOnMainThread([&]() -> NSInteger { return [pasteboard() changeCount]; });
     }
     std::optional<PasteboardItems> readItems() override;
     std::optional<PasteboardItems> pasteboardItems() override;
     bool clearContents() override {
-        return guardedAnswer([&] { return [pasteboard() clearContents]; }).has_value();
+        return guardedAnswerOnMainThread([&] { return [pasteboard() clearContents]; }).has_value();
     }
     bool writeObjects(const PasteboardItems& items) override;
     [[nodiscard]] bool isEqual(const Pasteboard& other) const override;

@@ -38,7 +38,7 @@ std::string CocoaPasteboardData::description() const {
 }
 
 std::optional<std::vector<std::string>> CocoaPasteboardItem::types() {
-    return guardedAnswer([&] {
+    return guardedAnswerOnMainThread([&] {
         std::vector<std::string> types;
         for (NSString* type in [item_.get() types]) {
             types.push_back(textOf(type));
@@ -48,29 +48,30 @@ std::optional<std::vector<std::string>> CocoaPasteboardItem::types() {
 }
 
 std::optional<std::shared_ptr<const PasteboardData>> CocoaPasteboardItem::dataForType(const std::string& type) {
-    return guardedAnswer([&]() -> std::shared_ptr<const PasteboardData> {
+    return guardedAnswerOnMainThread([&]() -> std::shared_ptr<const PasteboardData> {
         NSData* data = [item_.get() dataForType:stringOf(type)];
         return data != nil ? std::make_shared<CocoaPasteboardData>(data) : nullptr;
     });
 }
 
 bool CocoaPasteboardItem::setData(const std::shared_ptr<const PasteboardData>& data, const std::string& forType) {
-    return guarded(false, [&] { return data && [item_.get() setData:dataOf(*data) forType:stringOf(forType)] != NO; });
+    return guardedOnMainThread(
+        false, [&] { return data && [item_.get() setData:dataOf(*data) forType:stringOf(forType)] != NO; });
 }
 
 std::optional<PasteboardItems> CocoaPasteboard::readItems() {
-    return guardedAnswer([&] {
+    return guardedAnswerOnMainThread([&] {
         return itemsOf([pasteboard_.get() readObjectsForClasses:[NSArray arrayWithObject:[NSPasteboardItem class]]
                                                         options:[NSDictionary dictionary]]);
     });
 }
 
 std::optional<PasteboardItems> CocoaPasteboard::pasteboardItems() {
-    return guardedAnswer([&] { return itemsOf([pasteboard_.get() pasteboardItems]); });
+    return guardedAnswerOnMainThread([&] { return itemsOf([pasteboard_.get() pasteboardItems]); });
 }
 
 bool CocoaPasteboard::writeObjects(const PasteboardItems& items) {
-    return guarded(false, [&] {
+    return guardedOnMainThread(false, [&] {
         NSMutableArray* objects = [NSMutableArray arrayWithCapacity:items.size()];
         for (const std::shared_ptr<PasteboardItem>& item : items) {
             auto* ours = dynamic_cast<CocoaPasteboardItem*>(item.get());
@@ -91,6 +92,7 @@ bool CocoaPasteboard::writeObjects(const PasteboardItems& items) {
 
 bool CocoaPasteboard::isEqual(const Pasteboard& other) const {
     const auto* theirs = dynamic_cast<const CocoaPasteboard*>(&other);
+    // Not carried: the history compares its entries with its lock held, for which the main thread may wait.
     return theirs != nullptr &&
            (theirs == this || guarded(false, [&] { return [pasteboard_.get() isEqual:theirs->pasteboard()] != NO; }));
 }
@@ -119,7 +121,7 @@ class CocoaPasteboardService final : public PasteboardService {
 
   private:
     template <typename Source> static std::shared_ptr<Pasteboard> pasteboardFrom(Source source) {
-        return guarded(std::shared_ptr<Pasteboard>(), [&]() -> std::shared_ptr<Pasteboard> {
+        return guardedOnMainThread(std::shared_ptr<Pasteboard>(), [&]() -> std::shared_ptr<Pasteboard> {
             NSPasteboard* pasteboard = source();
             return pasteboard != nil ? std::make_shared<CocoaPasteboard>(pasteboard) : nullptr;
         });

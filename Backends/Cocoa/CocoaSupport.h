@@ -5,6 +5,7 @@
 
 #import <Foundation/Foundation.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -47,6 +48,24 @@ Answer guarded(Answer failure, Work&& work, Note note = logException) {
 template <typename Work> auto guardedAnswer(Work&& work) {
     using Answer = std::optional<decltype(work())>;
     return guarded(Answer(), [&] { return Answer(work()); });
+}
+
+/// Does the work on the main thread and waits for it. From another thread it is carried there and done when the main
+/// run loop comes to it in one of the common modes, which it must: a main thread that itself waits for this one ends in
+/// neither going on. The work raises nothing.
+void onMainThread(const std::function<void()>& work);
+
+/// `guarded`, on the main thread, where AppKit wants its work.
+template <typename Answer, typename Work> Answer guardedOnMainThread(Answer failure, const Work& work) {
+    Answer answer = failure;
+    onMainThread([&] { answer = guarded(std::move(failure), work); });
+    return answer;
+}
+
+/// The same for work whose every answer is one: nothing is the failure.
+template <typename Work> auto guardedAnswerOnMainThread(const Work& work) {
+    using Answer = std::optional<decltype(work())>;
+    return guardedOnMainThread(Answer(), [&] { return Answer(work()); });
 }
 
 /// Adds a timer to the calling thread's run loop, in the common modes: until that ends it keeps the target and sends it

@@ -4,6 +4,21 @@
 
 #include <vector>
 
+/// Work on its way to the main thread; the thread that waits for it owns it.
+@interface OVCarriedWork : NSObject {
+  @public
+    const std::function<void()>* work_;
+}
+@end
+
+@implementation OVCarriedWork
+
+- (void)perform {
+    (*work_)();
+}
+
+@end
+
 namespace orvane::cocoa {
 
 NSString* stringOf(std::string_view text) {
@@ -53,6 +68,21 @@ void logException(id exception) {
         OVLog("%s: %s", textOf([exception name]).c_str(), textOf([exception reason]).c_str());
     } else {
         OVLog("An exception that is no NSException: %s", textOf([exception description]).c_str());
+    }
+}
+
+void onMainThread(const std::function<void()>& work) {
+    if ([NSThread isMainThread]) {
+        work();
+        return;
+    }
+    @autoreleasepool {
+        OVCarriedWork* const carried = [[[OVCarriedWork alloc] init] autorelease];
+        carried->work_ = &work;
+        [carried performSelectorOnMainThread:@selector(perform)
+                                  withObject:nil
+                               waitUntilDone:YES
+                                       modes:commonRunLoopModes()];
     }
 }
 

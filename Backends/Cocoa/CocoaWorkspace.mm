@@ -12,7 +12,7 @@ class CocoaWorkspace final : public Workspace {
   public:
     std::vector<std::shared_ptr<RunningApplication>> runningApplications() override {
         using Applications = std::vector<std::shared_ptr<RunningApplication>>;
-        return guarded(Applications(), [] {
+        return guardedOnMainThread(Applications(), [] {
             Applications applications;
             for (NSRunningApplication* application in [[NSWorkspace sharedWorkspace] runningApplications]) {
                 applications.push_back(std::make_shared<CocoaRunningApplication>(application));
@@ -22,13 +22,13 @@ class CocoaWorkspace final : public Workspace {
     }
 
     bool launchApplication(const std::string& path) override {
-        return guarded(false,
-                       [&] { return [[NSWorkspace sharedWorkspace] launchApplication:stringOfPath(path)] != NO; });
+        return guardedOnMainThread(
+            false, [&] { return [[NSWorkspace sharedWorkspace] launchApplication:stringOfPath(path)] != NO; });
     }
 
     std::shared_ptr<RunningApplication> launchApplicationAtURL(const std::string& path,
                                                                std::uint32_t options) override {
-        return guarded(std::shared_ptr<RunningApplication>(), [&]() -> std::shared_ptr<RunningApplication> {
+        return guardedOnMainThread(std::shared_ptr<RunningApplication>(), [&]() -> std::shared_ptr<RunningApplication> {
             NSRunningApplication* application =
                 [[NSWorkspace sharedWorkspace] launchApplicationAtURL:[NSURL fileURLWithPath:stringOfPath(path)]
                                                               options:static_cast<NSWorkspaceLaunchOptions>(options)
@@ -39,7 +39,7 @@ class CocoaWorkspace final : public Workspace {
     }
 
     bool openFile(const std::string& path, const std::string& withApplication) override {
-        return guarded(false, [&] {
+        return guardedOnMainThread(false, [&] {
             return [[NSWorkspace sharedWorkspace] openFile:stringOfPath(path)
                                            withApplication:stringOf(withApplication)] != NO;
         });

@@ -386,6 +386,41 @@ TEST_F(PasteboardServerFaceTest, AnotherThreadReadsTheHistorySynchronizedWhileTh
     EXPECT_GE(rounds, 20);
 }
 
+// Were the pasteboard's calls carried to the main thread with the lock held, this would end in two threads that wait
+// for each other.
+TEST_F(PasteboardServerFaceTest, AnotherThreadReadsPollsAndRestoresWhileTheMainThreadPollsInItsRunLoop) {
+    OVPasteboardServer* const server = serverWithEntries(10);
+    std::atomic<bool> ended{false};
+    std::thread other = threadWithPool([&] {
+        for (int round = 0; round < 40; ++round) {
+            @autoreleasepool {
+                [server readItemsFromPasteboard];
+                [server pollPasteboard:nil];
+                NSArray* entries = nil;
+                @synchronized(server) {
+                    entries = [[[server pasteboards] copy] autorelease];
+                }
+                EXPECT_TRUE([server restoreItemsFromPasteboard:[entries lastObject]]);
+            }
+        }
+        ended = true;
+    });
+    const auto end = std::chrono::steady_clock::now() + kPatience * 6;
+    while (!ended) {
+        @autoreleasepool {
+            copy(@"from the main thread");
+            [server pollPasteboard:nil];
+            [[NSRunLoop currentRunLoop] runMode:NSDefaultRunLoopMode
+                                     beforeDate:[NSDate dateWithTimeIntervalSinceNow:0.002]];
+        }
+        if (std::chrono::steady_clock::now() > end) {
+            GTEST_LOG_(FATAL) << "the threads wait for each other"; // which ends the program
+        }
+    }
+    other.join();
+    EXPECT_EQ([[server pasteboards] count], 10U);
+}
+
 // Exceptions.
 
 TEST_F(PasteboardServerFaceTest, AReadingThatRaisesLeavesHistoryAndLockAndIsDoneAgain) {
