@@ -21,7 +21,8 @@ struct AlertPanelTexts {
     std::string otherButton;
 };
 
-/// A question with three answers (`NSRunAlertPanel`). Used on the main thread.
+/// A question with three answers (`NSRunAlertPanel`). May be used from any thread; AppKit's is shown on the
+/// main one, in its run loop.
 class AlertPanel {
   public:
     /// The user's screen. Without a desktop the answer is always the alternate button. Lives for ever.

@@ -44,7 +44,8 @@ class RunningApplication {
     virtual ~RunningApplication() = default;
 };
 
-/// Other applications (`NSWorkspace`'s `sharedWorkspace`). Used on the main thread.
+/// Other applications (`NSWorkspace`'s `sharedWorkspace`). May be used from any thread; AppKit is asked
+/// on the main one, in its run loop.
 class Workspace {
   public:
     /// The user's. Without a desktop nothing runs in it and nothing can be launched. Lives for ever.
