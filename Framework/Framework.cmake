@@ -11,4 +11,8 @@ add_library(orvane_framework OBJECT
   Framework/ZRBytesValueTransformer.mm
   Framework/ZRSystemVersion.mm)
 target_link_libraries(orvane_framework PUBLIC OrvaneCocoa PRIVATE orvane_product)
+# <Orvane/...>, as an application includes the headers.
+target_include_directories(orvane_framework PUBLIC "${PROJECT_SOURCE_DIR}/Framework")
 target_compile_options(orvane_framework PRIVATE -fexceptions -fobjc-exceptions -fno-cxx-exceptions)
+
+include(cmake/FrameworkBundle.cmake)

@@ -1,7 +1,7 @@
-#import "Framework/NSFileManager+Globbing.h"
-#import "Framework/NSFileManager+SUIDRoot.h"
-#import "Framework/NSFileManager+TemporaryDirectory.h"
 #import "Framework/OVConversions.h"
+#import <Orvane/NSFileManager+Globbing.h>
+#import <Orvane/NSFileManager+SUIDRoot.h>
+#import <Orvane/NSFileManager+TemporaryDirectory.h>
 
 #include "Helpers/NSFileManager+Globbing.h"
 #include "Helpers/NSFileManager+SUIDRoot.h"

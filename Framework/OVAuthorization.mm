@@ -1,4 +1,4 @@
-#import "Framework/OVAuthorization.h"
+#import <Orvane/OVAuthorization.h>
 
 #import "Framework/OVConversions.h"
 

@@ -1,4 +1,4 @@
-#import "Framework/OVMemoryStatistics.h"
+#import <Orvane/OVMemoryStatistics.h>
 
 #include "Tasks/OVMemoryStatistics.h"
 

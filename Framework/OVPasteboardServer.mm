@@ -1,4 +1,4 @@
-#import "Framework/OVPasteboardServer.h"
+#import <Orvane/OVPasteboardServer.h>
 
 #import "Backends/Cocoa/CocoaPasteboard.h"
 

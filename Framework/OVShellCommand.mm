@@ -1,4 +1,4 @@
-#import "Framework/OVShellCommand.h"
+#import <Orvane/OVShellCommand.h>
 
 #import "Framework/OVConversions.h"
 #import "Framework/OVHeldException.h"

@@ -1,25 +1,25 @@
-#import "Framework/OVTaskRunner.h"
+#import <Orvane/OVTaskRunner.h>
 
 #import "Backends/Cocoa/CocoaUserDefaults.h"
 #import "Backends/Cocoa/CocoaWorkspace.h"
 #import "Framework/OVConversions.h"
 #import "Framework/OVHeldException.h"
-#import "Framework/OVPasteboardServer.h"
 
 #include "Tasks/OVTaskRunner.h"
 
 #include <functional>
+#include <type_traits>
 
-NSString* const OVVolumePath = @"OVVolumePath";
-NSString* const OVVolumeOwner = @"OVVolumeOwner";
-NSString* const OVVolumeIsLocal = @"OVVolumeIsLocal";
-NSString* const OVVolumeTotalSpace = @"OVVolumeTotalSpace";
-NSString* const OVVolumeFreeSpace = @"OVVolumeFreeSpace";
+OVVolumeKey const OVVolumePath = @"OVVolumePath";
+OVVolumeKey const OVVolumeOwner = @"OVVolumeOwner";
+OVVolumeKey const OVVolumeIsLocal = @"OVVolumeIsLocal";
+OVVolumeKey const OVVolumeTotalSpace = @"OVVolumeTotalSpace";
+OVVolumeKey const OVVolumeFreeSpace = @"OVVolumeFreeSpace";
 
-NSString* const kOVBrowserSafari = @"com.apple.safari";
-NSString* const kOVBrowserFirefox = @"org.mozilla.firefox";
-NSString* const kOVBrowserChrome = @"com.google.chrome";
-NSString* const kOVBrowsersAll = @"ALL_BROWSERS";
+OVBrowser const kOVBrowserSafari = @"com.apple.safari";
+OVBrowser const kOVBrowserFirefox = @"org.mozilla.firefox";
+OVBrowser const kOVBrowserChrome = @"com.google.chrome";
+OVBrowser const kOVBrowsersAll = @"ALL_BROWSERS";
 
 NSString* const kOVSecureEraseFreeSpaceTempFilename = @"secure-erase.temp";
 
@@ -81,7 +81,11 @@ template <typename Operation, typename... Arguments>
 auto perform(void* core, Operation operation, const Arguments&... arguments) {
     auto result = std::invoke(operation, static_cast<Core*>(core)->tasks, arguments...);
     static_cast<Core*>(core)->exception.raise();
-    return result;
+    if constexpr (std::is_same_v<decltype(result), std::int32_t>) {
+        return static_cast<OVTaskStatus>(result);
+    } else {
+        return result;
+    }
 }
 
 std::shared_ptr<orvane::RunningApplication> coreApplication(NSRunningApplication* application) {
@@ -112,24 +116,24 @@ NSRunningApplication* applicationOf(const std::shared_ptr<orvane::RunningApplica
     [super dealloc];
 }
 
-- (int32_t)runCommand:(NSString*)path arguments:(NSArray*)arguments {
+- (OVTaskStatus)runCommand:(NSString*)path arguments:(NSArray*)arguments {
     return perform(core_, &Tasks::runCommand, face::textOf(path), face::textsOf(arguments));
 }
 
-- (int32_t)runBashCommand:(NSString*)command {
+- (OVTaskStatus)runBashCommand:(NSString*)command {
     return perform(core_, [&](Tasks& tasks) { return tasks.runBashCommand(face::textOf(command)); });
 }
 
-- (int32_t)runBashCommand:(NSString*)command onItemsAtPaths:(NSArray*)paths {
+- (OVTaskStatus)runBashCommand:(NSString*)command onItemsAtPaths:(NSArray*)paths {
     return perform(core_,
                    [&](Tasks& tasks) { return tasks.runBashCommand(face::textOf(command), face::textsOf(paths)); });
 }
 
-- (int32_t)runAppleScript:(NSString*)source {
+- (OVTaskStatus)runAppleScript:(NSString*)source {
     return perform(core_, &Tasks::runAppleScript, face::textOf(source));
 }
 
-- (int32_t)runAuthorizedTask:(id)task {
+- (OVTaskStatus)runAuthorizedTask:(id)task {
     return perform(core_, &Tasks::runAuthorizedTask, task);
 }
 
@@ -145,15 +149,15 @@ NSRunningApplication* applicationOf(const std::shared_ptr<orvane::RunningApplica
     return [[self delegate] shouldCancel];
 }
 
-- (int32_t)repairDiskPermissions {
+- (OVTaskStatus)repairDiskPermissions {
     return perform(core_, &Tasks::repairDiskPermissions);
 }
 
-- (int32_t)repairVolume:(NSString*)volume {
+- (OVTaskStatus)repairVolume:(NSString*)volume {
     return perform(core_, &Tasks::repairVolume, face::textOf(volume));
 }
 
-- (int32_t)ejectVolume:(NSString*)path {
+- (OVTaskStatus)ejectVolume:(NSString*)path {
     return perform(core_, &Tasks::ejectVolume, face::textOf(path));
 }
 
@@ -161,11 +165,11 @@ NSRunningApplication* applicationOf(const std::shared_ptr<orvane::RunningApplica
     return face::stringOf(perform(core_, &Tasks::secureEraseFreeSpaceCommand, face::textOf(path)));
 }
 
-- (int32_t)secureEraseFreeSpace:(NSString*)path {
+- (OVTaskStatus)secureEraseFreeSpace:(NSString*)path {
     return perform(core_, &Tasks::secureEraseFreeSpace, face::textOf(path));
 }
 
-- (int32_t)ejectAllVolumes {
+- (OVTaskStatus)ejectAllVolumes {
     return perform(core_, &Tasks::ejectAllVolumes);
 }
 
@@ -174,43 +178,43 @@ NSRunningApplication* applicationOf(const std::shared_ptr<orvane::RunningApplica
                        [](const auto& volumes) { return face::arrayOf(volumes, face::dictionaryOf); });
 }
 
-- (int32_t)secureDeleteItemsAtPaths:(NSArray*)paths {
+- (OVTaskStatus)secureDeleteItemsAtPaths:(NSArray*)paths {
     return perform(core_, &Tasks::secureDeleteItemsAtPaths, face::textsOf(paths));
 }
 
-- (int32_t)forceDeleteItemsAtPaths:(NSArray*)paths {
+- (OVTaskStatus)forceDeleteItemsAtPaths:(NSArray*)paths {
     return perform(core_, &Tasks::forceDeleteItemsAtPaths, face::textsOf(paths));
 }
 
-- (int32_t)forceDeleteItemsAtGlobs:(NSArray*)globs {
+- (OVTaskStatus)forceDeleteItemsAtGlobs:(NSArray*)globs {
     return perform(core_, &Tasks::forceDeleteItemsAtGlobs, face::textsOf(globs));
 }
 
-- (int32_t)secureDeleteFiles {
+- (OVTaskStatus)secureDeleteFiles {
     return perform(core_, &Tasks::secureDeleteFiles);
 }
 
-- (int32_t)forceDeleteFiles {
+- (OVTaskStatus)forceDeleteFiles {
     return perform(core_, &Tasks::forceDeleteFiles);
 }
 
-- (int32_t)secureEmptyTrash {
+- (OVTaskStatus)secureEmptyTrash {
     return perform(core_, &Tasks::secureEmptyTrash);
 }
 
-- (int32_t)forceEmptyTrash {
+- (OVTaskStatus)forceEmptyTrash {
     return perform(core_, &Tasks::forceEmptyTrash);
 }
 
-- (int32_t)removeDSStoreFilesInPath:(NSString*)path {
+- (OVTaskStatus)removeDSStoreFilesInPath:(NSString*)path {
     return perform(core_, &Tasks::removeDSStoreFilesInPath, face::textOf(path));
 }
 
-- (int32_t)removeDSStoreFilesInHomeFolder {
+- (OVTaskStatus)removeDSStoreFilesInHomeFolder {
     return perform(core_, &Tasks::removeDSStoreFilesInHomeFolder);
 }
 
-- (int32_t)removeDSStoreFilesInFolder {
+- (OVTaskStatus)removeDSStoreFilesInFolder {
     return perform(core_, &Tasks::removeDSStoreFilesInFolder);
 }
 
@@ -240,23 +244,23 @@ NSRunningApplication* applicationOf(const std::shared_ptr<orvane::RunningApplica
     return face::stringsOfPaths(perform(core_, &Tasks::userTrashitems));
 }
 
-- (int32_t)removeCorruptUserPreferences {
+- (OVTaskStatus)removeCorruptUserPreferences {
     return perform(core_, &Tasks::removeCorruptUserPreferences);
 }
 
-- (int32_t)removeCorruptPreferencesInPaths:(NSArray*)paths {
+- (OVTaskStatus)removeCorruptPreferencesInPaths:(NSArray*)paths {
     return perform(core_, &Tasks::removeCorruptPreferencesInPaths, face::textsOf(paths));
 }
 
-- (int32_t)cleanStaleTemporaryFiles {
+- (OVTaskStatus)cleanStaleTemporaryFiles {
     return perform(core_, &Tasks::cleanStaleTemporaryFiles);
 }
 
-- (int32_t)quitAllApplications {
+- (OVTaskStatus)quitAllApplications {
     return perform(core_, &Tasks::quitAllApplications);
 }
 
-- (int32_t)forceQuitApplication:(NSRunningApplication*)application {
+- (OVTaskStatus)forceQuitApplication:(NSRunningApplication*)application {
     return perform(core_, &Tasks::forceQuitApplication, coreApplication(application));
 }
 
@@ -264,75 +268,75 @@ NSRunningApplication* applicationOf(const std::shared_ptr<orvane::RunningApplica
     return face::arrayOf(perform(core_, &Tasks::runningForegroundApplications), applicationOf);
 }
 
-- (int32_t)relaunchApplication:(NSRunningApplication*)application {
+- (OVTaskStatus)relaunchApplication:(NSRunningApplication*)application {
     return perform(core_, &Tasks::relaunchApplication, coreApplication(application));
 }
 
-- (int32_t)relaunchFinder {
+- (OVTaskStatus)relaunchFinder {
     return perform(core_, &Tasks::relaunchFinder);
 }
 
-- (int32_t)relaunchDock {
+- (OVTaskStatus)relaunchDock {
     return perform(core_, &Tasks::relaunchDock);
 }
 
-- (int32_t)relaunchSystemMenu {
+- (OVTaskStatus)relaunchSystemMenu {
     return perform(core_, &Tasks::relaunchSystemMenu);
 }
 
-- (int32_t)restartAirport {
+- (OVTaskStatus)restartAirport {
     return perform(core_, &Tasks::restartAirport);
 }
 
-- (int32_t)turnOnScreensaver {
+- (OVTaskStatus)turnOnScreensaver {
     return perform(core_, &Tasks::turnOnScreensaver);
 }
 
-- (int32_t)restartOrShutdown {
+- (OVTaskStatus)restartOrShutdown {
     return perform(core_, &Tasks::restartOrShutdown);
 }
 
-- (int32_t)restart {
+- (OVTaskStatus)restart {
     return perform(core_, &Tasks::restart);
 }
 
-- (int32_t)shutdown {
+- (OVTaskStatus)shutdown {
     return perform(core_, &Tasks::shutdown);
 }
 
-- (int32_t)cleanUserCache {
+- (OVTaskStatus)cleanUserCache {
     return perform(core_, &Tasks::cleanUserCache);
 }
 
-- (int32_t)cleanDashboardCache {
+- (OVTaskStatus)cleanDashboardCache {
     return perform(core_, &Tasks::cleanDashboardCache);
 }
 
-- (int32_t)cleanBrowserCache:(NSString*)browser {
+- (OVTaskStatus)cleanBrowserCache:(OVBrowser)browser {
     return perform(core_, &Tasks::cleanBrowserCache, face::textOf(browser));
 }
 
-- (int32_t)cleanBrowserHistory:(NSString*)browser {
+- (OVTaskStatus)cleanBrowserHistory:(OVBrowser)browser {
     return perform(core_, &Tasks::cleanBrowserHistory, face::textOf(browser));
 }
 
-- (int32_t)cleanDesktop {
+- (OVTaskStatus)cleanDesktop {
     return perform(core_, &Tasks::cleanDesktop);
 }
 
-- (int32_t)vacuumAppleMailIndex {
+- (OVTaskStatus)vacuumAppleMailIndex {
     return perform(core_, &Tasks::vacuumAppleMailIndex);
 }
 
-- (int32_t)rebuildLaunchServices {
+- (OVTaskStatus)rebuildLaunchServices {
     return perform(core_, &Tasks::rebuildLaunchServices);
 }
 
-- (int32_t)findLargeFilesInPath:(NSString*)path {
+- (OVTaskStatus)findLargeFilesInPath:(NSString*)path {
     return perform(core_, &Tasks::findLargeFilesInPath, face::textOf(path));
 }
 
-- (int32_t)freeMemory {
+- (OVTaskStatus)freeMemory {
     return perform(core_, &Tasks::freeMemory);
 }
 
@@ -342,7 +346,7 @@ NSRunningApplication* applicationOf(const std::shared_ptr<orvane::RunningApplica
     return perform(core_, &Tasks::isDashboardOn) ? YES : NO;
 }
 
-- (int32_t)toggleDashboard {
+- (OVTaskStatus)toggleDashboard {
     return perform(core_, &Tasks::toggleDashboard);
 }
 
@@ -350,7 +354,7 @@ NSRunningApplication* applicationOf(const std::shared_ptr<orvane::RunningApplica
     return perform(core_, &Tasks::showInvisibleFiles) ? YES : NO;
 }
 
-- (int32_t)toggleInvisibleFiles {
+- (OVTaskStatus)toggleInvisibleFiles {
     return perform(core_, &Tasks::toggleInvisibleFiles);
 }
 
@@ -358,7 +362,7 @@ NSRunningApplication* applicationOf(const std::shared_ptr<orvane::RunningApplica
     return perform(core_, &Tasks::showDownloadWarning) ? YES : NO;
 }
 
-- (int32_t)toggleDownloadWarning {
+- (OVTaskStatus)toggleDownloadWarning {
     return perform(core_, &Tasks::toggleDownloadWarning);
 }
 
@@ -370,7 +374,7 @@ NSRunningApplication* applicationOf(const std::shared_ptr<orvane::RunningApplica
     return [self objectForKey:@"type" defaults:@"com.apple.screencapture"]; // as it is stored, whatever it is
 }
 
-- (int32_t)setScreenshotFormat:(NSString*)format {
+- (OVTaskStatus)setScreenshotFormat:(NSString*)format {
     [self setObject:[format lowercaseString] forKey:@"type" defaults:@"com.apple.screencapture"];
     return [self relaunchSystemMenu];
 }
@@ -379,7 +383,7 @@ NSRunningApplication* applicationOf(const std::shared_ptr<orvane::RunningApplica
     return perform(core_, &Tasks::screenshotHasShadow) ? YES : NO;
 }
 
-- (int32_t)toggleScreenshotShadow {
+- (OVTaskStatus)toggleScreenshotShadow {
     return perform(core_, &Tasks::toggleScreenshotShadow);
 }
 
@@ -393,13 +397,13 @@ NSRunningApplication* applicationOf(const std::shared_ptr<orvane::RunningApplica
     [userDefaults synchronize];
 }
 
-- (int32_t)restoreItemsFromPasteboard:(NSPasteboard*)pasteboard {
-    return [[self pasteboardServer] restoreItemsFromPasteboard:pasteboard] ? 0 : 1;
+- (OVTaskStatus)restoreItemsFromPasteboard:(NSPasteboard*)pasteboard {
+    return [[self pasteboardServer] restoreItemsFromPasteboard:pasteboard] ? OVTaskStatusSuccess : OVTaskStatusFailure;
 }
 
-- (int32_t)clearPasteboardHistory {
+- (OVTaskStatus)clearPasteboardHistory {
     [[self pasteboardServer] clearHistory];
-    return 0;
+    return OVTaskStatusSuccess;
 }
 
 @end

@@ -1,4 +1,4 @@
-#import "Framework/ZRBytesValueTransformer.h"
+#import <Orvane/ZRBytesValueTransformer.h>
 
 #import "Framework/OVConversions.h"
 

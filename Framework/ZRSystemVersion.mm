@@ -1,4 +1,4 @@
-#import "Framework/ZRSystemVersion.h"
+#import <Orvane/ZRSystemVersion.h>
 
 #import "Framework/OVConversions.h"
 

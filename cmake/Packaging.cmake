@@ -10,7 +10,6 @@ if(APPLE)
     return()
   endif()
   # Applications link the framework, whose services are AppKit's.
-  include(cmake/FrameworkBundle.cmake)
   set(orvane_resources Library/Frameworks/Orvane.framework/Resources)
   install(TARGETS OrvaneFramework EXPORT OrvaneTargets FRAMEWORK DESTINATION Library/Frameworks)
 else()

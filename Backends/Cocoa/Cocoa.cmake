@@ -30,7 +30,7 @@ else()
   list(FILTER libs INCLUDE REGEX "^-(l|L|pthread)")
   target_include_directories(orvane_cocoa_platform SYSTEM INTERFACE ${folders})
   target_compile_options(orvane_cocoa_platform INTERFACE
-    $<$<COMPILE_LANGUAGE:OBJCXX>:${flags};-fobjc-runtime=gcc;SHELL:-idirafter ${gcc_folder}/include>)
+    $<$<COMPILE_LANGUAGE:OBJC,OBJCXX>:${flags};-fobjc-runtime=gcc;SHELL:-idirafter ${gcc_folder}/include>)
   target_link_libraries(orvane_cocoa_platform INTERFACE ${libs})
 endif()
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#import "Framework/Orvane.h"
+#import <Orvane/Orvane.h>
 
 #include <gtest/gtest.h>
 #include <string>
@@ -55,3 +55,23 @@ inline std::string text(NSString* string) {
     BOOL askedForMultipleSelection;
 }
 @end
+
+namespace facetest {
+
+/// A test of a runner with an owner.
+class TaskRunnerFaceTest : public FaceTest {
+  protected:
+    TaskRunnerFaceTest() : runner([[OVTaskRunner alloc] init]), owner([[OVTestOwner alloc] init]) {
+        [runner setDelegate:owner];
+    }
+    ~TaskRunnerFaceTest() override {
+        [runner setDelegate:nil];
+        [runner release];
+        [owner release];
+    }
+
+    OVTaskRunner* runner;
+    OVTestOwner* owner;
+};
+
+} // namespace facetest

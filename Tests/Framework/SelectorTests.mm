@@ -1,4 +1,4 @@
-#import "Framework/Orvane.h"
+#import <Orvane/Orvane.h>
 
 #include <cctype>
 #include <fstream>

@@ -1,9 +1,12 @@
-#import "OVFrameworkTypes.h"
+#import <Orvane/OVFrameworkTypes.h>
 
 OV_ASSUME_NONNULL_BEGIN
 
+@class ZRBytesValueTransformer;
+
 /// A byte count that is not known yet: all bits set. It shows as "Calculating size...".
-OV_EXTERN const NSUInteger ZRBytesValueTransformerCalculatingSize;
+OV_EXTERN const
+    NSUInteger ZRBytesValueTransformerCalculatingSize OV_SWIFT_NAME(ZRBytesValueTransformer.calculatingSize);
 
 /// Turns byte counts into short texts ("1 byte", "512 bytes", "3.4 MB"), one way only. Registered under its own name,
 /// so that a binding in Interface Builder finds it.

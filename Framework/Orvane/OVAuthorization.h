@@ -1,4 +1,4 @@
-#import "OVFrameworkTypes.h"
+#import <Orvane/OVFrameworkTypes.h>
 
 OV_ASSUME_NONNULL_BEGIN
 
@@ -13,10 +13,9 @@ OV_ASSUME_NONNULL_BEGIN
 
 - (id)initWithToolPath:(NSString* OV_NULLABLE)toolPath;
 
-/// The absolute path of the program to run as root, the object that was set; not retained for the caller.
-- (NSString* OV_NULLABLE)toolPath;
-/// The right has to be granted anew for another path.
-- (void)setToolPath:(NSString* OV_NULLABLE)toolPath;
+/// The absolute path of the program to run as root: the object that was set, not retained for the caller. The right
+/// has to be granted anew for another path.
+@property(nonatomic, retain) NSString* OV_NULLABLE toolPath;
 
 /// Asks for the right "system.privilege.admin" for the tool path; the framework asks the user.
 - (int32_t)authenticate;
@@ -26,17 +25,20 @@ OV_ASSUME_NONNULL_BEGIN
 
 /// Runs the tool path as root with the arguments: C strings up to a null pointer, without the program's name. The
 /// program's exit status is not reported.
-- (int32_t)runWithPriviliges:(char* OV_NULLABLE const* OV_NULLABLE)arguments;
+- (int32_t)runWithPriviliges:(char* OV_NULLABLE const* OV_NULLABLE)arguments
+    OV_SWIFT_NAME(runWithPriviliges(arguments:));
 
 /// "/bin/rm -rf" with the path, as root.
-- (int32_t)removeWithPriviliges:(NSString*)path;
+- (int32_t)removeWithPriviliges:(NSString*)path OV_SWIFT_NAME(removeWithPriviliges(_:));
 /// "/bin/cp -f" with both paths, as root.
-- (int32_t)copyWithPriviliges:(NSString*)source to:(NSString*)destination;
+- (int32_t)copyWithPriviliges:(NSString*)source to:(NSString*)destination OV_SWIFT_NAME(copyWithPriviliges(_:to:));
 /// "/bin/mkdir -p" with the path, as root.
 - (int32_t)createDirectoryAtPath:(NSString*)path;
 
 /// Authenticates, runs the tool and gives the right up. Failures are logged.
-+ (int32_t)runToolWithPriviliges:(NSString*)toolPath arguments:(char* OV_NULLABLE const* OV_NULLABLE)arguments;
++ (int32_t)runToolWithPriviliges:(NSString*)toolPath
+                       arguments:(char* OV_NULLABLE const* OV_NULLABLE)arguments
+    OV_SWIFT_NAME(runToolWithPriviliges(_:arguments:));
 
 @end
 

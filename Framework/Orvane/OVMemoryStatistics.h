@@ -1,4 +1,6 @@
-#import "OVFrameworkTypes.h"
+#import <Orvane/OVFrameworkTypes.h>
+
+OV_ASSUME_NONNULL_BEGIN
 
 /// How much memory is free.
 @interface OVMemoryStatistics : NSObject
@@ -7,3 +9,5 @@
 + (int64_t)freeMemoryCount;
 
 @end
+
+OV_ASSUME_NONNULL_END

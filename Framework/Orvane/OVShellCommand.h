@@ -1,12 +1,18 @@
-#import "OVFrameworkTypes.h"
+#import <Orvane/OVFrameworkTypes.h>
 
 OV_ASSUME_NONNULL_BEGIN
 
+@class OVShellCommand;
+
 // What a run returns. Any other result is the child's own exit code (1 to 255), or -1 when the child could not be
 // started or its end could not be learnt.
-OV_EXTERN const NSInteger OVShellCommandSuccess;   ///< 0: the child exited normally with exit code 0
-OV_EXTERN const NSInteger OVShellCommandCancelled; ///< -9998: cancelled before the start, or the child died of a signal
-OV_EXTERN const NSInteger OVShellCommandCancelFailed; ///< -9999: a cancel was asked, but the signal could not be sent
+
+/// 0: the child exited normally with exit code 0
+OV_EXTERN const NSInteger OVShellCommandSuccess OV_SWIFT_NAME(OVShellCommand.success);
+/// -9998: cancelled before the start, or the child died of a signal
+OV_EXTERN const NSInteger OVShellCommandCancelled OV_SWIFT_NAME(OVShellCommand.cancelled);
+/// -9999: a cancel was asked, but the signal could not be sent
+OV_EXTERN const NSInteger OVShellCommandCancelFailed OV_SWIFT_NAME(OVShellCommand.cancelFailed);
 
 /// Receives a running command's output and decides whether it goes on. Called on the thread that runs the command.
 @protocol OVShellCommandDelegate <NSObject>
@@ -31,13 +37,13 @@ OV_EXTERN const NSInteger OVShellCommandCancelFailed; ///< -9999: a cancel was a
 /// raises `NSInvalidArgumentException`) and blocks until it has ended, or until a cancel could not be sent. The
 /// delegate is not retained. Returns an exit code, one of the constants above or -1.
 - (NSInteger)runCommandAtPath:(NSString*)path
-                    arguments:(NSArray* OV_NULLABLE)arguments
+                    arguments:(NSArray OV_OF(NSString*) * OV_NULLABLE)arguments
                      delegate:(id<OVShellCommandDelegate> OV_NULLABLE)delegate;
 
 /// Starts the program with standard output and standard error joined into one pipe. Returns the child's process ID
 /// and stores the pipe's read end, which is the caller's to close; -1 when there is no child.
 - (int32_t)forkAndExecCommandAtPath:(NSString*)path
-                          arguments:(NSArray* OV_NULLABLE)arguments
+                          arguments:(NSArray OV_OF(NSString*) * OV_NULLABLE)arguments
                   outFileDescriptor:(int32_t*)outFileDescriptor;
 
 @end

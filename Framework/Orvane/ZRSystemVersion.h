@@ -1,4 +1,4 @@
-#import "OVFrameworkTypes.h"
+#import <Orvane/OVFrameworkTypes.h>
 
 OV_ASSUME_NONNULL_BEGIN
 

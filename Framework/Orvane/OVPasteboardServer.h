@@ -1,30 +1,30 @@
-#import "OVFrameworkTypes.h"
+#import <AppKit/AppKit.h>
+#import <Orvane/OVFrameworkTypes.h>
 
-@class NSPasteboard;
-@class NSPasteboardItem;
+@class NSPasteboardItem; // which GNUstep's AppKit lacks
 
 OV_ASSUME_NONNULL_BEGIN
 
 /// Keeps the last ten contents of the general pasteboard, newest first. Made on a thread that runs a run loop, by which
 /// it polls four times a second; the poll's timer keeps the server for as long as that run loop runs.
 ///
-/// Changes of the history are made in `@synchronized` on the server, so that a host can keep them out the same way. It
-/// should not hold the server so for long, nor restore meanwhile on another thread than the polling one: a poll then
-/// waits for it, and if what it does waits for the polling thread in turn (a pasteboard whose promised data is made
-/// there, a call that is carried to the main thread), neither ever goes on.
+/// Changes of the history are made in a block synchronized on the server, so that a host can keep them out the same
+/// way. It should not hold the server so for long, nor restore meanwhile on another thread than the polling one: a poll
+/// then waits for it, and if what it does waits for the polling thread in turn (a pasteboard whose promised data is
+/// made there, a call that is carried to the main thread), neither ever goes on.
 ///
 /// An exception that a pasteboard raises ends here and is logged. What could not be read is then not there: history and
 /// clipboard stay as they are, the next poll tries again.
 @interface OVPasteboardServer : NSObject {
   @private
     void* core_;
-    NSArray* pasteboards_;
+    NSArray OV_OF(NSPasteboard*) * pasteboards_;
 }
 
 /// The history: `NSPasteboard` objects, newest first. This is the live array, which changes as the clipboard does: read
-/// it on the thread that polls, while no other thread restores or clears, or anywhere in `@synchronized` on the server.
-/// A copy, and an enumeration, has and keeps what the history held when it began.
-@property(readonly) NSArray* pasteboards;
+/// it on the thread that polls, while no other thread restores or clears, or anywhere in a block synchronized on the
+/// server. A copy, and an enumeration, has and keeps what the history held when it began.
+@property(readonly) NSArray OV_OF(NSPasteboard*) * pasteboards;
 
 /// Takes the general pasteboard's present content as the first entry and starts polling.
 - (id OV_NULLABLE)init;

@@ -1,10 +1,12 @@
-#import "OVFrameworkTypes.h"
+#import <Orvane/OVFrameworkTypes.h>
 
 OV_ASSUME_NONNULL_BEGIN
 
-/// Stands for a task in the first two messages of `OVTaskDelegate`. The runner sends neither; an owner that does
-/// decides what the object is.
+/// For owners that have a class of this name for their tasks.
 @class OVTask;
+
+/// How a task ended: what the runner's methods return.
+typedef OV_ENUM(int32_t, OVTaskStatus){OVTaskStatusSuccess = 0, OVTaskStatusFailure = 1, OVTaskStatusCancelled = 2};
 
 /// The owner of an `OVTaskRunner`: receives output, answers cancel questions and supplies the user's choices. All
 /// messages arrive on the thread that called the runner.
@@ -13,10 +15,9 @@ OV_ASSUME_NONNULL_BEGIN
 /// the runner's method.
 @protocol OVTaskDelegate <NSObject>
 @required
-/// Not sent by the runner.
-- (void)taskWillBegin:(OVTask*)task;
-/// Not sent by the runner.
-- (void)task:(OVTask*)task completedWithStatus:(int32_t)status;
+// Not sent by the runner. An owner that sends them decides what object stands for a task, and gives an `OVTaskStatus`.
+- (void)taskWillBegin:(id)task;
+- (void)task:(id)task completedWithStatus:(int32_t)status;
 /// One chunk of command output, or a progress line of a task; nil for a chunk that is not UTF-8.
 - (void)hasOutputAvailable:(NSString* OV_NULLABLE)output;
 /// Whether the running task should end.
@@ -27,8 +28,8 @@ OV_ASSUME_NONNULL_BEGIN
 /// The size from which a file counts as large, in megabytes of 1,000,000 bytes.
 - (uint64_t)largeFilesSize;
 /// Paths (strings) chosen by the user, at least one; nil when the user chose none.
-- (NSArray* OV_NULLABLE)inputPathsWithDirectoriesOnly:(BOOL)directoriesOnly
-                              allowsMultipleSelection:(BOOL)allowsMultipleSelection;
+- (NSArray OV_OF(NSString*) * OV_NULLABLE)inputPathsWithDirectoriesOnly:(BOOL)directoriesOnly
+                                                allowsMultipleSelection:(BOOL)allowsMultipleSelection;
 @end
 
 OV_ASSUME_NONNULL_END

@@ -1,0 +1,11 @@
+#import <Orvane/NSFileManager+Globbing.h>
+#import <Orvane/NSFileManager+SUIDRoot.h>
+#import <Orvane/NSFileManager+TemporaryDirectory.h>
+#import <Orvane/OVAuthorization.h>
+#import <Orvane/OVMemoryStatistics.h>
+#import <Orvane/OVPasteboardServer.h>
+#import <Orvane/OVShellCommand.h>
+#import <Orvane/OVTaskDelegate.h>
+#import <Orvane/OVTaskRunner.h>
+#import <Orvane/ZRBytesValueTransformer.h>
+#import <Orvane/ZRSystemVersion.h>

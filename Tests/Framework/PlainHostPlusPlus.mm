@@ -1,0 +1,2 @@
+// The same application where the rest of it is C++.
+#import "Tests/Framework/PlainHost.m"
