@@ -9,7 +9,6 @@ if(APPLE)
   if(NOT ORVANE_COCOA)
     return()
   endif()
-  # Applications link the framework, whose services are AppKit's.
   set(orvane_resources Library/Frameworks/Orvane.framework/Resources)
   install(TARGETS OrvaneFramework EXPORT OrvaneTargets FRAMEWORK DESTINATION Library/Frameworks)
 else()
@@ -37,14 +36,14 @@ else()
   set(orvane_pkgconfig "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
   cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}/${orvane_pkgconfig}"
     OUTPUT_VARIABLE orvane_up)
-  configure_file(cmake/orvane.pc.in "${CMAKE_BINARY_DIR}/orvane.pc" @ONLY)
-  install(FILES "${CMAKE_BINARY_DIR}/orvane.pc" DESTINATION "${orvane_pkgconfig}")
+  configure_file(cmake/orvane.pc.in "${PROJECT_BINARY_DIR}/orvane.pc" @ONLY)
+  install(FILES "${PROJECT_BINARY_DIR}/orvane.pc" DESTINATION "${orvane_pkgconfig}")
 endif()
 
 set(orvane_package "${CMAKE_INSTALL_LIBDIR}/cmake/Orvane")
 install(EXPORT OrvaneTargets NAMESPACE Orvane:: DESTINATION "${orvane_package}")
-configure_package_config_file(cmake/OrvaneConfig.cmake.in "${CMAKE_BINARY_DIR}/OrvaneConfig.cmake"
+configure_package_config_file(cmake/OrvaneConfig.cmake.in "${PROJECT_BINARY_DIR}/OrvaneConfig.cmake"
   INSTALL_DESTINATION "${orvane_package}" PATH_VARS orvane_resources)
-write_basic_package_version_file("${CMAKE_BINARY_DIR}/OrvaneConfigVersion.cmake" COMPATIBILITY SameMajorVersion)
-install(FILES "${CMAKE_BINARY_DIR}/OrvaneConfig.cmake" "${CMAKE_BINARY_DIR}/OrvaneConfigVersion.cmake"
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/OrvaneConfigVersion.cmake" COMPATIBILITY SameMajorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/OrvaneConfig.cmake" "${PROJECT_BINARY_DIR}/OrvaneConfigVersion.cmake"
   DESTINATION "${orvane_package}")

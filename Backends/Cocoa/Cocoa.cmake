@@ -57,7 +57,7 @@ else()
     Backends/Posix/PosixGestalt.cpp
     Backends/Posix/PropertyListStrings.cpp)
 endif()
-target_link_libraries(OrvaneCocoa PUBLIC orvane_options orvane_cocoa_platform PRIVATE orvane_product)
+target_link_libraries(OrvaneCocoa PUBLIC orvane_interface orvane_cocoa_platform PRIVATE orvane_product)
 # Objective-C exceptions end in these files; C++ has none here either.
 target_compile_options(OrvaneCocoa PRIVATE
   $<$<COMPILE_LANGUAGE:OBJCXX>:-fexceptions;-fobjc-exceptions;-fno-cxx-exceptions>)
