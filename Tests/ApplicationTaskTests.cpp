@@ -309,7 +309,8 @@ class AirportLines : public ApplicationTasks {
             for (std::size_t found = 0; (found = line.find(real)) != std::string::npos;) {
                 line.replace(found, real.size(), program);
             }
-            statuses.push_back(WEXITSTATUS(std::system(line.c_str())));
+            const int status = std::system(line.c_str());
+            statuses.push_back(WEXITSTATUS(status)); // which may take its word's address
         }
         return test::contentsOf(record);
     }

@@ -1,14 +1,13 @@
 #include "Tasks/OVTaskRunner.h"
 
 #include "Support/OVPath.h"
+#include "Tests/ChildOfTest.h"
 #include "Tests/TaskRunnerTestSupport.h"
 
 #include <algorithm>
 #include <csignal>
 #include <limits>
 #include <pwd.h>
-#include <sched.h>
-#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
@@ -23,22 +22,7 @@ using Lines = std::vector<std::string>;
 constexpr const char* kSecure = "/usr/bin/srm -v -f -r -m --";
 constexpr const char* kForce = "rm -rfv";
 
-/// A runner with a recording world around it.
-class Recorded : public ::testing::Test, public test::RecordingWorld {
-  protected:
-    Recorded() { runner.setDelegate(test::unowned<OVTaskDelegate>(owner)); }
-
-    [[nodiscard]] std::string listFile(int number = 1) const {
-        return folder.at("unique-" + std::to_string(number)) + "/files-to-remove.txt";
-    }
-    [[nodiscard]] std::string deletionLine(const std::string& command, int number = 1) const {
-        return "cat " + listFile(number) + " | xargs -I __FILE__ " + command + " '__FILE__'";
-    }
-
-    test::RecordingDelegate owner;
-    OVTaskRunner runner{services()};
-};
-
+using test::Recorded;
 using RunCommand = Recorded;
 using RunOnItems = Recorded;
 using RunnerProperties = Recorded;
@@ -349,50 +333,12 @@ INSTANTIATE_TEST_SUITE_P(EveryCall, ListFileFailure,
                              return std::string(instance.param.call) + std::to_string(instance.param.passed);
                          });
 
-/// Runs the checks in a child process; they return 0 or the number of the one that failed.
-int inChild(const std::function<int()>& checks) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::_exit(checks());
-    }
-    int status = 0;
-    EXPECT_EQ(::waitpid(child, &status, 0), child);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-int failsToWrite(OVTaskRunner& runner, const test::RecordingCommands& commands, const testing::RecordingLog& log,
-                 std::string_view text) {
-    if (runner.forceDeleteItemsAtPaths(Paths(20000, "/a/path")) != 1) {
-        return 1;
-    }
-    if (!commands.runs.empty()) {
-        return 2;
-    }
-    return log.messages.size() == 1 && log.messages[0].ends_with(text) ? 0 : 3;
-}
-
-TEST_F(RunOnItems, FullFileSystemRunsNothing) {
-    constexpr int kCannotMount = 254;
-    const int outcome = inChild([&] {
-        if (::unshare(CLONE_NEWNS) != 0 || ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-            ::mount("small", folder.path.c_str(), "tmpfs", 0, "size=64k") != 0) {
-            return kCannotMount;
-        }
-        const int failed = failsToWrite(runner, commands, log, ": No space left on device");
-        return failed != 0 || test::namesIn(folder.at("unique-1")).empty() ? failed : 4;
-    });
-    if (outcome == kCannotMount) {
-        GTEST_SKIP() << "this needs the right to mount";
-    }
-    EXPECT_EQ(outcome, 0);
-}
-
 TEST_F(RunOnItems, FileSizeLimitRunsNothing) {
-    EXPECT_EQ(inChild([&] {
+    EXPECT_EQ(exitStatusOfChild([&] {
                   ::signal(SIGXFSZ, SIG_DFL);
                   const rlimit limit = {65536, 65536};
                   ::setrlimit(RLIMIT_FSIZE, &limit);
-                  return failsToWrite(runner, commands, log, ": File too large");
+                  return failsToWrite(": File too large");
               }),
               0);
     EXPECT_TRUE(test::namesIn(folder.at("unique-1")).empty());

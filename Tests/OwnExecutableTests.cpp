@@ -152,7 +152,7 @@ TEST_F(OwnExecutableTest, AnInstalledFileMayBeChangedWheneverItWasBecauseEverybo
 }
 
 TEST_F(OwnExecutableTest, AlmostInstalledIsNotInstalled) {
-    for (const mode_t mode : {04550U, 04511U, 0555U, 06555U, 05555U, 04755U}) {
+    for (const mode_t mode : std::initializer_list<mode_t>{04550, 04511, 0555, 06555, 05555, 04755}) {
         calls.fileStatus = changedAt({kStart.tv_sec + 60, 1});
         calls.fileStatus.st_uid = 0;
         calls.fileStatus.st_mode = S_IFREG | mode;

@@ -364,4 +364,31 @@ struct RecordingWorld {
     }
 };
 
+/// A runner with a recording world around it.
+class Recorded : public ::testing::Test, public RecordingWorld {
+  protected:
+    Recorded() { runner.setDelegate(unowned<OVTaskDelegate>(owner)); }
+
+    [[nodiscard]] std::string listFile(int number = 1) const {
+        return folder.at("unique-" + std::to_string(number)) + "/files-to-remove.txt";
+    }
+    [[nodiscard]] std::string deletionLine(const std::string& command, int number = 1) const {
+        return "cat " + listFile(number) + " | xargs -I __FILE__ " + command + " '__FILE__'";
+    }
+
+    /// Without room for the list of files nothing is run; 0, or the number of the check that failed.
+    int failsToWrite(std::string_view text) {
+        if (runner.forceDeleteItemsAtPaths(std::vector<std::string>(20000, "/a/path")) != 1) {
+            return 1;
+        }
+        if (!commands.runs.empty()) {
+            return 2;
+        }
+        return log.messages.size() == 1 && log.messages[0].ends_with(text) ? 0 : 3;
+    }
+
+    RecordingDelegate owner;
+    OVTaskRunner runner{services()};
+};
+
 } // namespace orvane::test

@@ -62,7 +62,7 @@ TEST(ToolEntryDeathTest, ThatItCannotBecomeRootIsToldWithTheRealUserFirst) {
         GTEST_SKIP() << "only root can have two other user ids";
     }
     const auto asOthers = [] {
-        if (::setresuid(501, 502, 502) == 0) {
+        if (::setreuid(501, 502) == 0) {
             runMain(501, "csc");
         }
         ::_exit(99);
