@@ -1,8 +1,5 @@
-#include "Backends/Posix/PosixLocale.h"
 #include "Platform/Locale.h"
-#include "Support/OVFormat.h"
-#include "Support/ZRBytesValueTransformer.h"
-#include "Tests/Fakes/FakeServices.h"
+#include "Tests/LocaleTestSupport.h"
 
 #include <cctype>
 #include <clocale>
@@ -11,61 +8,13 @@
 #include <gtest/gtest.h>
 #include <string>
 
-// The C library forgets its copy of LOCPATH, which only tests set.
-extern "C" const char* __lsan_default_suppressions() { // NOLINT(bugprone-reserved-identifier): the sanitizer's name
-    return "leak:argz_add_sep";
-}
-
 namespace orvane::test {
 namespace {
-
-/// A variable of the environment while the object lives.
-class Variable {
-  public:
-    Variable(const char* name, const std::string& value) : name_(name) {
-        const char* const before = std::getenv(name);
-        had_ = before != nullptr;
-        before_ = had_ ? before : "";
-        ::setenv(name, value.c_str(), 1);
-    }
-    Variable(const Variable&) = delete;
-    Variable& operator=(const Variable&) = delete;
-    ~Variable() {
-        if (had_) {
-            ::setenv(name_, before_.c_str(), 1);
-        } else {
-            ::unsetenv(name_);
-        }
-    }
-
-  private:
-    const char* name_;
-    bool had_;
-    std::string before_;
-};
-
-/// With the locales that the build has made, so that nothing depends on those that the machine has.
-class LocaleTest : public ::testing::Test {
-  private:
-    Variable path_{"LOCPATH", ORVANE_TEST_LOCALES};
-};
 
 TEST_F(LocaleTest, TheSeparatorIsThatOfTheNamedLocale) {
     EXPECT_EQ(decimalSeparatorOfLocale("C"), ".");
     EXPECT_EQ(decimalSeparatorOfLocale("de_DE.UTF-8"), ",");
     EXPECT_EQ(decimalSeparatorOfLocale("de_DE"), ",") << "ASCII is the same in its charset";
-}
-
-TEST_F(LocaleTest, ASeparatorMayBeMoreThanOneByte) {
-    EXPECT_EQ(decimalSeparatorOfLocale("ps_AF.UTF-8"), "\u066B");
-}
-
-TEST_F(LocaleTest, ASeparatorInACharsetOtherThanUTF8IsAPoint) {
-    ASSERT_NE(std::setlocale(LC_NUMERIC, "zh_XX.GBK"), nullptr);
-    const std::string bytes = std::localeconv()->decimal_point;
-    std::setlocale(LC_NUMERIC, "C");
-    ASSERT_EQ(bytes, "\xC3\xA9") << "valid as UTF-8, too, but then another character";
-    EXPECT_EQ(decimalSeparatorOfLocale("zh_XX.GBK"), ".");
 }
 
 TEST_F(LocaleTest, ALocaleThatIsNotInstalledHasAPoint) {
@@ -87,19 +36,7 @@ TEST_F(LocaleTest, TheProcesssOwnLocaleStaysAsItIs) {
 }
 
 TEST_F(LocaleTest, AProcesssOwnLocaleDoesNotShowInFormattedNumbers) {
-    FakeBundle bundle;
-    FakeLocale point;
-    for (const char* const name : {"de_DE.UTF-8", "ps_AF.UTF-8"}) {
-        ASSERT_NE(std::setlocale(LC_NUMERIC, name), nullptr);
-        EXPECT_EQ(localizedStringWithFormat("%.2f KB.", 1.5, "."), "1.50 KB.");
-        EXPECT_EQ(localizedStringWithFormat("%.1e", 1500.0, "."), "1.5e+03");
-        EXPECT_EQ(localizedStringWithFormat("%'d", 1234567), "1234567");
-        std::string text;
-        appendTenths(text, 1e20, ".");
-        EXPECT_EQ(text, "100000000000000000000.0");
-        EXPECT_EQ(ZRBytesValueTransformer::formatBytes(1500, bundle, point), "1.5 KB");
-        std::setlocale(LC_NUMERIC, "C");
-    }
+    expectNothingOfLocaleInNumbers("de_DE.UTF-8");
 }
 
 /// Ends the process, with 0 when the platform's own locale answers as expected. Runs in a child: what it has found out
