@@ -120,7 +120,9 @@ TEST_F(CleanBrowsers, NamesAreTheApplicationsWords) {
 
 TEST_F(CleanBrowsers, CachesOfEachAndOfAllInOrder) {
     const Paths safari = {makeFileAtHome("Library/Caches/com.apple.Safari/Cache.db")};
-    makeFileAtHome("Library/Caches/com.apple.safari/kept");
+    if (!test::exists(home + "/Library/Caches/com.apple.safari")) { // or case makes no difference here
+        makeFileAtHome("Library/Caches/com.apple.safari/kept");
+    }
     const Paths firefox = {makeFileAtHome("Library/Caches/Firefox/Profiles/x.default/cache2"),
                            makeFileAtHome("Library/Caches/Firefox/Profiles/y/a")};
     makeFileAtHome("Library/Caches/Firefox/Profiles/kept");

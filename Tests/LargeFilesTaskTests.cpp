@@ -259,8 +259,10 @@ TEST_F(LargeFilesTemplate, IsAPropertyListWhoseQueryAndScopeAreFilled) {
     const std::string file = fileNamed("Files Larger than 250 MB in Documents");
     const std::string binary = resources.at("binary");
     const std::string list = resources.at("list");
-    const std::string convert =
-        "plistutil -i '" + file + "' -o '" + binary + "' && plistutil -i '" + binary + "' -o '" + list + "'";
+    const std::string convert = "if command -v plistutil >/dev/null; then plistutil -i '" + file + "' -o '" + binary +
+                                "' && plistutil -i '" + binary + "' -o '" + list +
+                                "'; else plutil -convert binary1 -o '" + binary + "' '" + file +
+                                "' && plutil -convert xml1 -o '" + list + "' '" + binary + "'; fi";
     ASSERT_EQ(std::system(convert.c_str()), 0);
     EXPECT_EQ(test::contentsOf(binary).substr(0, 6), "bplist");
     std::string text = test::contentsOf(list);

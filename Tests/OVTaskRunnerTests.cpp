@@ -327,7 +327,7 @@ INSTANTIATE_TEST_SUITE_P(EveryCall, ListFileFailure,
                                            Injected{"write", ENOSPC, "No space left on device", 0},
                                            Injected{"write", ENOSPC, "No space left on device", 2},
                                            Injected{"fsync", EIO, "Input/output error", 0},
-                                           Injected{"close", EDQUOT, "Disk quota exceeded", 0},
+                                           Injected{"close", EIO, "Input/output error", 0},
                                            Injected{"rename", EROFS, "Read-only file system", 0}),
                          [](const auto& instance) {
                              return std::string(instance.param.call) + std::to_string(instance.param.passed);

@@ -80,44 +80,5 @@ TEST(GloballyUniqueString, NeverComesTwiceAndIsOneWord) {
     EXPECT_EQ(texts.size(), 1000U);
 }
 
-class TemporaryDirectoryVariable : public ::testing::Test {
-  protected:
-    void TearDown() override {
-        if (before_) {
-            ::setenv("TMPDIR", before_->c_str(), 1);
-        } else {
-            ::unsetenv("TMPDIR");
-        }
-    }
-
-  private:
-    std::optional<std::string> before_ =
-        ::getenv("TMPDIR") != nullptr ? std::optional<std::string>(::getenv("TMPDIR")) : std::nullopt;
-};
-
-TEST_F(TemporaryDirectoryVariable, IsTheFolderWhenItDoes) {
-    const test::Folder folder;
-    ::setenv("TMPDIR", folder.path.c_str(), 1);
-    EXPECT_EQ(ProcessInfo::platform().temporaryDirectory(), folder.path);
-}
-
-TEST_F(TemporaryDirectoryVariable, GivesWayToTmpOtherwise) {
-    const test::Folder folder;
-    for (const std::string& value : {std::string(), std::string("relative"), folder.at("missing"),
-                                     folder.makeFile("file"), folder.makeFolder("two words")}) {
-        ::setenv("TMPDIR", value.c_str(), 1);
-        EXPECT_EQ(ProcessInfo::platform().temporaryDirectory(), "/tmp") << value;
-    }
-    ::unsetenv("TMPDIR");
-    EXPECT_EQ(ProcessInfo::platform().temporaryDirectory(), "/tmp");
-}
-
-TEST_F(TemporaryDirectoryVariable, IsNotAskedByAPrivilegedProcess) {
-    const test::Folder folder;
-    ::setenv("TMPDIR", folder.path.c_str(), 1);
-    EXPECT_EQ(ProcessInfo::privileged().temporaryDirectory(), "/tmp");
-    EXPECT_NE(ProcessInfo::privileged().globallyUniqueString(), ProcessInfo::platform().globallyUniqueString());
-}
-
 } // namespace
 } // namespace orvane
