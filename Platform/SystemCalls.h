@@ -68,6 +68,7 @@ class SystemCalls {
     virtual int system(const char* line) = 0;
 
     // Files.
+    /// `open`; the descriptor is close-on-exec.
     virtual int open(const char* path, int flags, mode_t mode) = 0;
     virtual int fsync(int descriptor) = 0;
     virtual int rename(const char* from, const char* to) = 0;

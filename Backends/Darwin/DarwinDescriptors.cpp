@@ -24,7 +24,17 @@ std::optional<std::vector<int>> inheritableDescriptors() {
     return inheritableOnes(std::move(numbers));
 }
 
-// There is no pipe2, and F_DUPFD_CLOEXEC is newer than the oldest system served: the flag is set right after.
+// There is no pipe2, and F_DUPFD_CLOEXEC and O_CLOEXEC are newer than the oldest system served: the flag is set right
+// after.
+
+int openCloseOnExec(const char* path, int flags, mode_t mode) {
+    // That system passes over a flag that it does not know.
+    const int descriptor = ::open(path, flags | O_CLOEXEC, mode);
+    if (descriptor >= 0) {
+        ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+    }
+    return descriptor;
+}
 
 int openCloseOnExecPipe(int* ends) {
     if (::pipe(ends) != 0) {

@@ -1,3 +1,4 @@
+#include "Backends/Posix/PosixDescriptors.h"
 #include "Platform/Executable.h"
 
 #include <array>
@@ -39,7 +40,7 @@ class DarwinExecutable final : public Executable {
             return -1;
         }
         // Somebody else's fifo in its place must not make this wait.
-        const int file = ::open(path->c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+        const int file = openCloseOnExec(path->c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
         const vinfo_stat& executed = region.prp_vip.vip_vi.vi_stat;
         struct stat opened = {};
         if (file != -1 &&

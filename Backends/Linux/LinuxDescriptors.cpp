@@ -9,6 +9,10 @@ std::optional<std::vector<int>> inheritableDescriptors() {
     return inheritableDescriptorsListedIn("/proc/self/fd");
 }
 
+int openCloseOnExec(const char* path, int flags, mode_t mode) {
+    return ::open(path, flags | O_CLOEXEC, mode);
+}
+
 int openCloseOnExecPipe(int* ends) {
     return ::pipe2(ends, O_CLOEXEC);
 }

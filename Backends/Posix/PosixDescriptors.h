@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <sys/types.h>
 #include <vector>
 
 namespace orvane {
@@ -22,6 +23,9 @@ bool closeListedDescriptors(int first, std::optional<std::vector<int>> (*list)()
 /// `pipe`, with both ends close-on-exec and above the three standard numbers. -1 with `errno` set, and
 /// nothing left open, when either cannot be had.
 int openPipe(int* ends);
+
+/// `open` with a close-on-exec descriptor, in one step where the system can do that.
+int openCloseOnExec(const char* path, int flags, mode_t mode = 0);
 
 /// `pipe` with both ends close-on-exec, in one step where the system can do that.
 int openCloseOnExecPipe(int* ends);

@@ -1,5 +1,7 @@
 #include "Backends/Posix/PosixProcessInfo.h"
 
+#include "Backends/Posix/PosixDescriptors.h"
+
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -19,7 +21,7 @@ using RandomBytes = std::array<std::uint8_t, 16>;
 
 RandomBytes randomBytes() {
     RandomBytes bytes = {};
-    const int device = ::open("/dev/urandom", O_RDONLY | O_CLOEXEC);
+    const int device = openCloseOnExec("/dev/urandom", O_RDONLY);
     // So few come in one piece, whatever signals there are.
     if (device < 0 || ::read(device, bytes.data(), bytes.size()) != std::ssize(bytes)) {
         timeval now = {};

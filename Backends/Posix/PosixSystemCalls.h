@@ -61,7 +61,7 @@ class PosixSystemCalls : public SystemCalls {
     // NOLINTNEXTLINE(concurrency-mt-unsafe): the callers are single-threaded
     int system(const char* line) override { return std::system(line); }
 
-    int open(const char* path, int flags, mode_t mode) override { return ::open(path, flags, mode); }
+    int open(const char* path, int flags, mode_t mode) override { return openCloseOnExec(path, flags, mode); }
     int fsync(int descriptor) override { return ::fsync(descriptor); }
     int rename(const char* from, const char* to) override { return std::rename(from, to); }
     int unlink(const char* path) override { return ::unlink(path); }
