@@ -32,7 +32,3 @@ foreach(language C CXX OBJCXX)
 endforeach()
 # zig refuses -fPIE for an object file; for this system every executable is position independent anyway.
 set(CMAKE_USER_MAKE_RULES_OVERRIDE_CXX "${CMAKE_CURRENT_LIST_DIR}/zig-rules.cmake")
-
-# What zig compiles unoptimized traps undefined behaviour, Darwin's own records of a folder's entries included: they stand
-# at every fourth byte, with numbers of eight.
-set(CMAKE_CXX_FLAGS_INIT -fno-sanitize=alignment)
