@@ -291,16 +291,20 @@ TEST_F(OwnMounts, TheMountingToolsTableIsAskedToo) {
               0);
 }
 
+/// A file system in user space, of user 4321. What the kernel asks of it comes by the descriptor; -1 on failure.
+int mountWithServer(const char* source, const char* path) {
+    const int server = ::open("/dev/fuse", O_RDWR | O_CLOEXEC);
+    const std::string options = "fd=" + std::to_string(server) + ",rootmode=40000,user_id=4321,group_id=0,allow_other";
+    return server >= 0 && ::mount(source, path, "fuse.sshfs", 0, options.c_str()) == 0 ? server : -1;
+}
+
 TEST_F(OwnMounts, ServerThatNeverAnswersHoldsNobodyUp) {
     if (!test::exists("/dev/fuse")) {
         GTEST_SKIP() << "no file system in user space here";
     }
     EXPECT_EQ(withOwnMounts([] {
-                  const int server = ::open("/dev/fuse", O_RDWR | O_CLOEXEC);
-                  const std::string options =
-                      "fd=" + std::to_string(server) + ",rootmode=40000,user_id=4321,group_id=0,allow_other";
-                  if (server < 0 || !mountOn("/mnt/dead", 1) ||
-                      ::mount("dead", "/mnt/dead", "fuse.sshfs", 0, options.c_str()) != 0) {
+                  const int server = mountOn("/mnt/dead", 1) ? mountWithServer("dead", "/mnt/dead") : -1;
+                  if (server < 0) {
                       return 1;
                   }
                   timespec start = {};
@@ -376,11 +380,8 @@ TEST_F(OwnMounts, ServerThatAnswersIsBelieved) {
         GTEST_SKIP() << "no file system in user space here";
     }
     EXPECT_EQ(withOwnMounts([] {
-                  const int server = ::open("/dev/fuse", O_RDWR | O_CLOEXEC);
-                  const std::string options =
-                      "fd=" + std::to_string(server) + ",rootmode=40000,user_id=4321,group_id=0,allow_other";
-                  if (server < 0 || ::mkdir("/mnt/net", 0755) != 0 ||
-                      ::mount("net", "/mnt/net", "fuse.sshfs", 0, options.c_str()) != 0) {
+                  const int server = ::mkdir("/mnt/net", 0755) == 0 ? mountWithServer("net", "/mnt/net") : -1;
+                  if (server < 0) {
                       return 1;
                   }
                   const pid_t child = ::fork();

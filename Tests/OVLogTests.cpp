@@ -1,7 +1,6 @@
 #include "Support/OVLog.h"
 
 #include "Platform/Process.h"
-#include "Support/OVLog.h"
 #include "Tests/Fakes/RecordingLog.h"
 
 #include <array>
