@@ -3,9 +3,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <string>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace orvane {
@@ -111,6 +114,33 @@ TEST(InheritableDescriptorsTest, AreClosedAboveALoweredLimit) {
                   return static_cast<int>(probed().size());
               }),
               3);
+}
+
+TEST(CloseOnExecTest, AnOpenedFileIsNotPassedOn) {
+    const int file = openCloseOnExec("/dev/null", O_RDONLY);
+    ASSERT_GE(file, 0);
+    EXPECT_EQ(::fcntl(file, F_GETFD), FD_CLOEXEC);
+    EXPECT_EQ(::fcntl(file, F_GETFL) & O_ACCMODE, O_RDONLY);
+    ::close(file);
+}
+
+TEST(CloseOnExecTest, AFileIsMadeWithTheModeThatWasAsked) {
+    const std::string path = std::string(::getenv("TMPDIR")) + "/made"; // NOLINT(concurrency-mt-unsafe)
+    const mode_t mask = ::umask(0);
+    const int file = openCloseOnExec(path.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0640);
+    ::umask(mask);
+    ASSERT_GE(file, 0);
+    struct stat status = {};
+    ASSERT_EQ(::fstat(file, &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0640U);
+    EXPECT_EQ(::fcntl(file, F_GETFD), FD_CLOEXEC);
+    ::close(file);
+    ::unlink(path.c_str());
+}
+
+TEST(CloseOnExecTest, WhatCannotBeOpenedIsAnErrorAndNoDescriptor) {
+    EXPECT_EQ(openCloseOnExec("/nowhere/at/all", O_RDONLY), -1);
+    EXPECT_EQ(errno, ENOENT);
 }
 
 } // namespace
