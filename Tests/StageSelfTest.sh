@@ -214,6 +214,8 @@ test_entering() {
     equal 'a missing command is 127' 127 $?
     on_stage --mode nonsense -- /usr/bin/true 2>/dev/null
     equal 'an unknown mode is refused' 64 $?
+    on_stage --xargs nonsense -- /usr/bin/true 2>/dev/null
+    equal 'an unknown xargs is refused' 64 $?
     on_stage --as nobodyknows -- /usr/bin/true 2>/dev/null
     equal 'an unknown user is refused' 64 $?
     on_stage --need nonsense -- /usr/bin/true 2>/dev/null
@@ -350,6 +352,9 @@ test_keeping() {
         equal "$mode: it can be looked at" 12345 "$(cat "$ORVANE_STAGE_DIR/kept/Users/ann/new file")"
         equal "$mode: the next one starts from it" '12345 501' \
             "$(on_stage --mode $mode --keep -- /bin/bash -c 'cat "/Users/ann/new file"; stat -c %u "/Users/ann/new file"' | tr '\n' ' ' | sed 's/ $//')"
+        equal "$mode: it has the xargs that is asked for" 'a  b|a b' "$(for whose in gnu apple; do
+            on_stage --mode $mode --keep --xargs $whose -- /bin/sh -c 'echo "a  b" | xargs -I F echo F'
+        done | paste -s -d '|')"
         equal "$mode: others do not" '' "$(on_stage --mode $mode -- /bin/cat '/Users/ann/new file' 2>/dev/null)"
         equal "$mode: no set-user-ID program is kept" '' "$(find "$ORVANE_STAGE_DIR/kept" -perm /6000)"
         "$stage" clean
@@ -620,6 +625,63 @@ TEXT
     check 'killall ends a program by name' 0 '' bash -c '
         sleep 77 & until [[ $(cat "/proc/$!/comm") == sleep ]]; do :; done; killall sleep; wait $!; [[ $? == 143 ]]'
 
+    # Its answers are those of the real one, see Tests/Darwin/xargs-test.
+    check_xargs() { # NAME INPUT STATUS OUTPUT OPTION...
+        local output status=0
+        # shellcheck disable=SC2059 # the input is a format
+        output=$(printf -- "$2" | xargs "${@:5}" 2>&1; status=$?; echo .; exit $status) || status=$?
+        if [[ $status == "$3" && ${output%.} == "$4" ]]; then printf 'ok xargs: %s\n' "$1"
+        else printf 'FAIL xargs: %s: status %s, output %s\n' "$1" "$status" "${output//$'\n'/ | }"; fi
+    }
+    local replacing=(-I F printf '[%s]' F) most
+    check_xargs 'blanks and tabs become one blank' '/a b  c\td\n' 0 '[/a b c d]' "${replacing[@]}"
+    check_xargs 'blanks around are dropped' ' \t/a \t\n/b\t\n' 0 '[/a][/b]' "${replacing[@]}"
+    check_xargs 'a blank at the end joins the next line' '/a \n\n/b\n/c\n' 0 '[/a /b][/c]' "${replacing[@]}"
+    check_xargs 'a tab at the end does not' '/a \t\n/b\n' 0 '[/a][/b]' "${replacing[@]}"
+    check_xargs 'an escaped blank after a blank does' '/a \\ \n/b\n' 0 '[/a   /b]' "${replacing[@]}"
+    check_xargs 'an escaped blank does not' '/a\\ \n/b \n\\ \n/c' 0 '[/a ][/b  ][/c]' "${replacing[@]}"
+    check_xargs 'empty lines are none' '\n\n/a\n\n/b' 0 '[/a][/b]' "${replacing[@]}"
+    check_xargs 'a line of a tab is one' '/a\n\t\n' 0 '[/a][]' "${replacing[@]}"
+    check_xargs 'without input nothing is run' '' 0 '' "${replacing[@]}"
+    check_xargs 'nor without -I' ' \n' 0 '' echo run
+    check_xargs 'quotes' "'a  b'c \"it's\"\n" 0 "[a  bc it's]" "${replacing[@]}"
+    check_xargs 'backslashes' '\\\\d\\"\\ e "\\"\n' 0 '[\d" e \]' "${replacing[@]}"
+    check_xargs 'quoted words may be empty' '/a "" b ""' 0 '</a><><b><>' printf '<%s>'
+    check_xargs 'a newline is escaped by a backslash' '/a\\\n/b\n' 0 $'[/a\n/b]' "${replacing[@]}"
+    check_xargs 'an unpaired quote is the end' "/a\n/it's\n/b\n" 1 $'[/a]xargs: unterminated quote\n' "${replacing[@]}"
+    check_xargs 'an unpaired quote at the end of the file, too' '/a\n/b"' 1 $'[/a]xargs: unterminated quote\n' "${replacing[@]}"
+    check_xargs 'but for one that stands alone there' '/a\n"' 0 '[/a]' "${replacing[@]}"
+    check_xargs 'without -I it keeps all from being run' '/a\n/"b\n' 1 $'xargs: unterminated quote\n' printf '[%s]'
+    # shellcheck disable=SC1003
+    check_xargs 'a backslash at the end' '/a\n/b\\' 1 $'[/a]xargs: backslash at EOF\n' "${replacing[@]}"
+    most=$(printf '%0253d' 0)
+    check_xargs 'as many as 254 bytes are put in' "/$most\n" 0 "[/$most]" "${replacing[@]}"
+    check_xargs 'with one more the word stays' "/0$most\n/b\n" 0 '[F][/b]' "${replacing[@]}"
+    check_xargs 'what stands around counts' "$most\n" 0 "[x$most][xFy][xFF]" -I F printf '[%s]' xF xFy xFF
+    check_xargs 'a word of the command is cut there' '/a\n' 0 "[F${most}]" -I F printf '[%s]' "F${most}00"
+    check_xargs 'each place as long as there is room' "${most:126}\n" 0 "[${most:126}${most:126}][0${most:126}F]" \
+        -I F printf '[%s]' FF 0FF
+    check_xargs 'five words are replaced' 'a b\n' 0 '[a b][x][a b][a b][a b][a b][F]' -I F printf '[%s]' F x F F F F F
+    check_xargs 'the utility is not' 'echo\n' 127 $'xargs: F: No such file or directory\n' -I F F
+    check_xargs '-0 takes all as it is' '/a  "b\n\0\0\\c' 0 $'[/a  "b\n][][\\c]' -0 "${replacing[@]}"
+    check_xargs '-0 without -I drops empty words' '/a  \0\0b\0' 0 '[/a  ][b]' -0 printf '[%s]'
+    check_xargs 'words of all lines in one command' '/a b\n/c\n' 0 '</a b /c>' bash -c 'printf "<%s>" "$*"' x
+    check_xargs 'at most 5000' "$(printf '%s ' {1..5001})" 0 $'5000\n1\n' bash -c 'echo $#' x
+    check_xargs 'of a mebibyte with the environment' "$(printf "%04d$most$most$most$most " {1..2000})" 0 $'1026\n974\n' \
+        bash -c 'echo $#' x
+    check_xargs 'a word that is too long' "$(printf '%01050000d' 0)" 1 $'xargs: insufficient space for argument\n' echo
+    check_xargs 'a command that fails is passed over' '/a\n/b\n' 1 '/a./b.' -I F bash -c 'printf F.; exit 3'
+    check_xargs 'a command that ends with 255 is the end' '/a\n/b\n' 1 $'/a.xargs: bash: exited with status 255; aborting\n' \
+        -I F bash -c 'printf F.; exit 255'
+    check_xargs 'a signal is the end' '/a\n/b\n' 1 $'/a.xargs: bash: terminated with signal 9; aborting\n' \
+        -I F bash -c 'printf F.; kill -9 $$'
+    check_xargs 'status 137 is no signal' '/a\n/b\n' 1 '/a./b.' -I F bash -c 'printf F.; exit 137'
+    check_xargs 'a utility that is not there' '/a\n/b\n' 127 $'xargs: none: No such file or directory\n' none
+    check_xargs 'a utility that cannot be run' '/a\n/b\n' 126 $'xargs: /usr: Permission denied\n' -I F /usr
+    check_xargs 'the commands read nothing' '/a\n/b\n' 0 '' -I F cat
+    check_xargs '-I wants a string' '/a\n' 1 $'xargs: replstr may not be empty\n' -I '' echo
+    check_xargs 'other options are refused' '/a\n' 1 $'xargs: the stage\'s knows the options -0 and -I STRING\n' -n 1 echo
+
     check 'sudo as root' 0 'uid=0' sudo -- id
     check 'sudo resets the environment' 0 '' silent bash -c 'EVIL=1 sudo env | grep EVIL'
     check 'sudo passes the status on' 6 '' sudo bash -c 'exit 6'
@@ -678,6 +740,8 @@ test_programs() {
         esac
     done < <(on_stage -- /bin/bash -c "$(declare -f programs_on_stage setpriv_ann); programs_on_stage" 2>&1)
     equal 'the checks of the programs ran to their end' end "$line"
+    equal "GNU's xargs on demand" '[a  b][c]' \
+        "$(on_stage --xargs gnu -- /bin/sh -c 'printf "a  b\nc\n" | xargs -I F printf "[%s]" F')"
 }
 
 case $("$stage" status 2>&1) in
