@@ -116,8 +116,9 @@ class OVTaskRunner : public OVShellCommandDelegate {
     /// path as its last argument, in the order of the list, by `xargs` from a list file ("files-to-remove.txt",
     /// readable by the user alone); without the whole file on disk nothing is run. An empty list is a success.
     ///
-    /// The list file is removed, its new temporary folder deliberately stays. A newline, quote character, backslash or
-    /// leading blank in a path is deliberately not protected: `xargs` sees other paths then.
+    /// The list file is removed, its new temporary folder deliberately stays. What `xargs` reads is deliberately not
+    /// protected: newlines, quote characters, backslashes and leading blanks, on macOS also two blanks in a row, tabs,
+    /// blanks at the end and paths of more than 254 bytes. It sees other paths then.
     std::int32_t runBashCommand(std::string_view command, const std::vector<std::string>& onItemsAtPaths);
 
     /// `runAppleScript:`: runs the source; nothing reaches the delegate. Returns 0 or 1.

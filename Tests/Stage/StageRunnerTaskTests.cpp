@@ -6,6 +6,7 @@
 #include <array>
 #include <csignal>
 #include <fcntl.h>
+#include <iterator>
 #include <linux/capability.h>
 #include <sched.h>
 #include <sys/mount.h>
@@ -347,8 +348,150 @@ TEST_P(StageRunnerTaskTest, OneToolInterruptsTheCommandOfAnother) {
     EXPECT_EQ(WEXITSTATUS(waitStatus), 2) << "a command ended by a signal counts as cancelled";
 }
 
-INSTANTIATE_TEST_SUITE_P(As, StageRunnerTaskTest, ::testing::Values(kRoot, kAnn),
-                         [](const auto& user) { return user.param == kRoot ? "Root" : "Ann"; });
+std::string userName(const ::testing::TestParamInfo<uid_t>& user) {
+    return user.param == kRoot ? "Root" : "Ann";
+}
+
+INSTANTIATE_TEST_SUITE_P(As, StageRunnerTaskTest, ::testing::Values(kRoot, kAnn), userName);
+
+// What xargs makes of names. The lines are a contract; macOS' xargs takes more names apart than GNU's does.
+
+constexpr const char* kTrash = "/Users/ann/.Trash/";
+
+/// They start with an empty trash.
+class StageNamesTest : public StageRunnerTaskTest {
+  protected:
+    void SetUp() override {
+        StageRunnerTaskTest::SetUp();
+        if (!IsSkipped()) {
+            runTool(kRoot, {"feat"});
+        }
+    }
+
+    static void useGNUXargs() {
+        Start copy;
+        copy.user = kRoot;
+        copy.path = "/bin/cp";
+        copy.words = {"/stage/bin/gnu-xargs", "/usr/bin/xargs"};
+        ASSERT_EQ(run(copy).exitCode(), 0);
+    }
+};
+
+void addToTrash(const Strings& names) {
+    for (const std::string& name : names) {
+        write(kTrash + name, "x", kAnn);
+    }
+}
+
+const Strings kNamesOfBlanks = {"a  b", "a\tb", "at the end "};
+const Strings kNamesOfQuotes = {"back\\slash", "new\nline", "pair of 'quotes'", "two \"words\""};
+const Strings kNamesAsTheyAre = {"$HOME `id` $(id)", "-rf", "B\xC3\xBC cher", "spoilt \xFF", "*"};
+
+/// Of the names, those that are there still.
+Strings leftInTrash(const Strings& names) {
+    Strings left;
+    std::copy_if(names.begin(), names.end(), std::back_inserter(left),
+                 [](const std::string& name) { return exists(kTrash + name); });
+    return left;
+}
+
+TEST_P(StageNamesTest, NamesWithSingleBlanksAndWithoutQuotesAreRemoved) {
+    for (const char* task : {"feat", "secureEmptyTrash"}) {
+        addToTrash(kNamesAsTheyAre);
+        EXPECT_EQ(runAs({task}).exitCode(), 0) << task;
+        EXPECT_EQ(leftInTrash(kNamesAsTheyAre), Strings{}) << task;
+    }
+}
+
+TEST_P(StageNamesTest, NamesWithTwoBlanksATabOrABlankAtTheEndStay) {
+    for (const std::string& name : kNamesOfBlanks) {
+        addToTrash({name});
+        const Result result = runAs({"feat"});
+        EXPECT_EQ(result.exitCode(), 0) << name;
+        EXPECT_EQ(result.output, "") << name;
+        EXPECT_EQ(leftInTrash({name}), Strings{name});
+        ::unlink((kTrash + name).c_str());
+    }
+}
+
+TEST_P(StageNamesTest, NamesWithQuotesBackslashesOrNewlinesStay) {
+    addToTrash(kNamesOfQuotes);
+    const Result result = runAs({"feat"});
+    EXPECT_EQ(result.exitCode(), 0);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(leftInTrash(kNamesOfQuotes), kNamesOfQuotes);
+}
+
+TEST_P(StageNamesTest, ByGNUsXargsBlanksAreKeptAndQuotesAreNot) {
+    useGNUXargs();
+    for (const Strings& names : {kNamesOfBlanks, kNamesAsTheyAre, kNamesOfQuotes}) {
+        addToTrash(names);
+    }
+    EXPECT_EQ(runAs({"feat"}).exitCode(), 0);
+    EXPECT_EQ(leftInTrash(kNamesOfBlanks), Strings{});
+    EXPECT_EQ(leftInTrash(kNamesAsTheyAre), Strings{});
+    EXPECT_EQ(leftInTrash(kNamesOfQuotes), kNamesOfQuotes);
+}
+
+TEST_P(StageNamesTest, WhatTheTakenApartNameSpellsIsRemovedInItsPlace) {
+    // Hidden ones, which the task's pattern leaves out.
+    const Strings hidden = {".a b", ".c"};
+    addToTrash({"\\.a  b", "\\.c"});
+    addToTrash(hidden);
+    EXPECT_EQ(runAs({"feat"}).output, "removed '/Users/ann/.Trash/.a b'\nremoved '/Users/ann/.Trash/.c'\n");
+    EXPECT_EQ(leftInTrash(hidden), Strings{});
+    addToTrash(hidden);
+    useGNUXargs();
+    EXPECT_EQ(runAs({"feat"}).output, "removed '/Users/ann/.Trash/.c'\n");
+    EXPECT_EQ(leftInTrash(hidden), Strings{".a b"});
+}
+
+TEST_P(StageNamesTest, ABlankAtTheEndKeepsTheNextNameToo) {
+    addToTrash({"a", "b ", "c", "d"});
+    const Result result = runAs({"feat"});
+    EXPECT_EQ(result.exitCode(), 0);
+    EXPECT_EQ(result.output, "removed '/Users/ann/.Trash/a'\nremoved '/Users/ann/.Trash/d'\n");
+    EXPECT_EQ(leftInTrash({"b ", "c"}), (Strings{"b ", "c"}));
+}
+
+TEST_P(StageNamesTest, WhatStandsInAFolderWhoseNameEndsInANewlineIsTakenForAPathFromTheRoot) {
+    for (const char* program : {"Apple's", "GNU's"}) {
+        makeFolder("/Volumes/Data/.Trashes/x\n", kAnn);
+        write("/Volumes/Data/.Trashes/x\n/victim", "x", kAnn);
+        write("/victim", "x");
+        EXPECT_EQ(runAs({"feat"}).output, "removed '/victim'\n") << program;
+        EXPECT_TRUE(exists("/Volumes/Data/.Trashes/x\n/victim")) << program;
+        useGNUXargs();
+    }
+}
+
+TEST_P(StageNamesTest, AnUnpairedQuoteEndsTheRemovalThere) {
+    const std::array<const char*, 2> texts = {"xargs: unterminated quote\n", "xargs: unmatched single quote; "};
+    for (const char* text : texts) {
+        addToTrash({"a", "it's", "z"});
+        const Result result = runAs({"feat"});
+        EXPECT_EQ(result.exitCode(), 1);
+        EXPECT_NE(result.output.find(text), std::string::npos) << result.output;
+        EXPECT_EQ(leftInTrash({"a", "it's", "z"}), (Strings{"it's", "z"}));
+        ::unlink("/Users/ann/.Trash/it's");
+        useGNUXargs();
+    }
+}
+
+TEST_P(StageNamesTest, PathsOfMoreThan254BytesStayAndAnotherNameIsTriedInTheirPlace) {
+    const std::string most(254 - std::string(kTrash).size(), 'm');
+    const std::string more = most + "m";
+    write("/var/empty/__FILE__", "x");
+    addToTrash({most, more});
+    const Result result = runAs({"feat"});
+    EXPECT_EQ(result.exitCode(), 0);
+    EXPECT_EQ(result.output, "removed '" + (kTrash + most) + "'\nremoved '__FILE__'\n");
+    EXPECT_EQ(leftInTrash({most, more}), Strings{more});
+    useGNUXargs();
+    EXPECT_EQ(runAs({"feat"}).output, "removed '" + (kTrash + more) + "'\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(As, StageNamesTest, ::testing::Values(kRoot, kAnn), userName);
 
 TEST(StageRunnerHardeningTest, TheCommandsOfARunnerTaskAreNotTheCallers) {
     ORVANE_NEEDS("suid");
