@@ -667,8 +667,8 @@ TEXT
     check_xargs '-0 without -I drops empty words' '/a  \0\0b\0' 0 '[/a  ][b]' -0 printf '[%s]'
     check_xargs 'words of all lines in one command' '/a b\n/c\n' 0 '</a b /c>' bash -c 'printf "<%s>" "$*"' x
     check_xargs 'at most 5000' "$(printf '%s ' {1..5001})" 0 $'5000\n1\n' bash -c 'echo $#' x
-    check_xargs 'of a mebibyte with the environment' "$(printf "%04d$most$most$most$most " {1..2000})" 0 $'1026\n974\n' \
-        bash -c 'echo $#' x
+    check_xargs 'of a mebibyte with the environment' "$(printf "%04d$most$most$most$most " {1..2000})" 0 \
+        $'1026 0001\n974 1027\n' bash -c 'echo "$# ${1:0:4}"' x
     check_xargs 'a word that is too long' "$(printf '%01050000d' 0)" 1 $'xargs: insufficient space for argument\n' echo
     check_xargs 'a command that fails is passed over' '/a\n/b\n' 1 '/a./b.' -I F bash -c 'printf F.; exit 3'
     check_xargs 'a command that ends with 255 is the end' '/a\n/b\n' 1 $'/a.xargs: bash: exited with status 255; aborting\n' \
