@@ -659,6 +659,7 @@ TEXT
     check_xargs 'with one more the word stays' "/0$most\n/b\n" 0 '[F][/b]' "${replacing[@]}"
     check_xargs 'what stands around counts' "$most\n" 0 "[x$most][xFy][xFF]" -I F printf '[%s]' xF xFy xFF
     check_xargs 'a word of the command is cut there' '/a\n' 0 "[F${most}]" -I F printf '[%s]' "F${most}00"
+    check_xargs 'a word of 255 bytes is copied' '\t\n' 0 "[F$most][$most]" -I F printf '[%s]' "F${most}0" "F$most"
     check_xargs 'each place as long as there is room' "${most:126}\n" 0 "[${most:126}${most:126}][0${most:126}F]" \
         -I F printf '[%s]' FF 0FF
     check_xargs 'five words are replaced' 'a b\n' 0 '[a b][x][a b][a b][a b][a b][F]' -I F printf '[%s]' F x F F F F F
@@ -678,7 +679,7 @@ TEXT
     check_xargs 'status 137 is no signal' '/a\n/b\n' 1 '/a./b.' -I F bash -c 'printf F.; exit 137'
     check_xargs 'a utility that is not there' '/a\n/b\n' 127 $'xargs: none: No such file or directory\n' none
     check_xargs 'a utility that cannot be run' '/a\n/b\n' 126 $'xargs: /usr: Permission denied\n' -I F /usr
-    check_xargs 'the commands read nothing' '/a\n/b\n' 0 '' -I F cat
+    check_xargs 'the commands read nothing' "/a\\n$(printf '%0100000d' 0)\n" 0 '' -I F cat
     check_xargs '-I wants a string' '/a\n' 1 $'xargs: replstr may not be empty\n' -I '' echo
     check_xargs 'other options are refused' '/a\n' 1 $'xargs: the stage\'s knows the options -0 and -I STRING\n' -n 1 echo
 

@@ -71,9 +71,11 @@ static char* withLine(const char* word) {
     if (result == NULL) {
         err(1, NULL);
     }
+    const bool odd = strlen(word) == replacementSpace; // which the real one copies
     const size_t growth = strlen(line) - strlen(placeholder);
     const char* place;
-    while ((place = strstr(word, placeholder)) != NULL && strlen(result) + strlen(word) + growth < replacementSpace) {
+    while (!odd && (place = strstr(word, placeholder)) != NULL &&
+           strlen(result) + strlen(word) + growth < replacementSpace) {
         strncat(result, word, (size_t)(place - word));
         strcat(result, line);
         word = place + strlen(placeholder);
