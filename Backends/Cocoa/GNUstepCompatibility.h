@@ -4,7 +4,7 @@
 
 // What GNUstep lacks of the frameworks, or has only in name, under the frameworks' own names. Only this file and the
 // one that belongs to it tell the two apart.
-#ifdef GNUSTEP
+#ifdef GNUSTEP_BASE_LIBRARY // its headers
 
 @interface NSPasteboard (OVMissingInGNUstep)
 - (NSInteger)clearContents;
@@ -31,6 +31,10 @@
 @interface NSFileManager (OVMissingInGNUstep)
 - (BOOL)setAttributes:(NSDictionary*)attributes ofItemAtPath:(NSString*)path error:(NSError**)error;
 @end
+
+#endif
+
+#ifdef GNUSTEP // the library, too
 
 /// A linker takes from a static library only what is named, and nothing names a category: this does.
 extern "C" const int OVGNUstepCompatibility;

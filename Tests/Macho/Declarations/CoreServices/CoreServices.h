@@ -1,0 +1,7 @@
+#pragma once
+
+// What Backends/Darwin/ uses of the framework.
+
+#include <MacTypes.h>
+
+extern "C" OSErr Gestalt(OSType selector, SInt32* response);
