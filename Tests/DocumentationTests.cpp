@@ -77,5 +77,35 @@ TEST(DocumentationTest, TheReadmesExampleIsTheOneThatIsBuilt) {
               std::string::npos);
 }
 
+/// The line that begins a public class, category or protocol, and whether the comment right above it says on which
+/// threads it may be used.
+void expectThreadsAreSaid(const std::string& header, std::size_t& declarations) {
+    std::istringstream in(document("Framework/Orvane/" + header));
+    bool said = false;
+    for (std::string line; std::getline(in, line);) {
+        if (line.starts_with("///")) {
+            said = said || line.starts_with("/// Threads: ");
+            continue;
+        }
+        if (line.starts_with("@interface ") || (line.starts_with("@protocol ") && !line.ends_with(';'))) {
+            EXPECT_TRUE(said) << header << ": " << line;
+            ++declarations;
+        }
+        said = false;
+    }
+}
+
+TEST(DocumentationTest, EveryPublicClassSaysOnWhichThreadsItMayBeUsed) {
+    std::istringstream umbrella(document("Framework/Orvane/Orvane.h"));
+    const std::string import = "#import <Orvane/";
+    std::size_t declarations = 0;
+    for (std::string line; std::getline(umbrella, line);) {
+        if (line.starts_with(import)) {
+            expectThreadsAreSaid(line.substr(import.size(), line.size() - import.size() - 1), declarations);
+        }
+    }
+    EXPECT_EQ(declarations, 11U); // six classes, three categories, two protocols
+}
+
 } // namespace
 } // namespace orvane

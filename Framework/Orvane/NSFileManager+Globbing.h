@@ -2,6 +2,9 @@
 
 OV_ASSUME_NONNULL_BEGIN
 
+/// Paths by pattern.
+///
+/// Threads: any.
 @interface NSFileManager (Globbing)
 
 /// The paths that match the shell wildcard pattern beneath the folder, by name; empty when nothing matches. A leading

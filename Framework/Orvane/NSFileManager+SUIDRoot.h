@@ -4,6 +4,10 @@ OV_ASSUME_NONNULL_BEGIN
 
 /// An executable's setuid-root state. Installed: owner root, mode 04555. Surrendered: owner the process's real user,
 /// mode 0500.
+///
+/// Threads: the two questions on any. The two changes switch the effective user id of the whole process, so that no
+/// other thread may depend on it meanwhile; an application has them made by a process of their own
+/// ("repairPriviliges").
 @interface NSFileManager (SUIDRoot)
 
 /// Makes the file setuid root. 0, or the `errno` of the step that failed, which is logged. A nil path stops the process

@@ -3,8 +3,11 @@
 OV_ASSUME_NONNULL_BEGIN
 
 /// Gets the administrator right from the user and runs one program as root with it. Methods that return a status
-/// return 0 or the Security framework's `OSStatus`, unchanged. For one thread, in a process without other children:
-/// each run waits for one child, whichever ends first.
+/// return 0 or the Security framework's `OSStatus`, unchanged.
+///
+/// Threads: any, an object on one at a time, and no other child of the process meanwhile: each run waits for one child,
+/// whichever ends first. The caller is blocked while the user is asked and while the program runs, so that an
+/// application keeps its main thread out of this.
 @interface OVAuthorization : NSObject {
   @private
     void* core_;

@@ -3,6 +3,8 @@
 OV_ASSUME_NONNULL_BEGIN
 
 /// How much memory is free.
+///
+/// Threads: any.
 @interface OVMemoryStatistics : NSObject
 
 /// Free physical memory in bytes; -1, with a text on standard error, when it cannot be measured.

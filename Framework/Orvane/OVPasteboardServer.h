@@ -15,6 +15,10 @@ OV_ASSUME_NONNULL_BEGIN
 ///
 /// An exception that a pasteboard raises ends here and is logged. What could not be read is then not there: history and
 /// clipboard stay as they are, the next poll tries again.
+///
+/// Threads: any, several at once. What AppKit does with a pasteboard is done on the main thread and waited for there,
+/// in the common modes of its run loop, which it must therefore be in. Made on another than the main thread, the server
+/// polls by that thread's run loop.
 @interface OVPasteboardServer : NSObject {
   @private
     void* core_;
@@ -29,10 +33,11 @@ OV_ASSUME_NONNULL_BEGIN
 /// Takes the general pasteboard's present content as the first entry and starts polling.
 - (id OV_NULLABLE)init;
 
-/// The timer's action: reads the general pasteboard when its change count moved.
+/// The timer's action, carried to the main thread as a whole: reads the general pasteboard when its change count moved.
 - (void)pollPasteboard:(NSTimer* OV_NULLABLE)timer;
 
-/// Copies the general pasteboard's items into a new front entry, or into the oldest when there are ten.
+/// Carried to the main thread as a whole: copies the general pasteboard's items into a new front entry, or into the
+/// oldest when there are ten.
 - (void)readItemsFromPasteboard;
 
 /// A new item with the same data for the same types. A type without data is logged and left out. Nil when the item
@@ -44,7 +49,7 @@ OV_ASSUME_NONNULL_BEGIN
 /// pasteboard is emptied.
 - (BOOL)restoreItemsFromPasteboard:(NSPasteboard* OV_NULLABLE)pasteboard;
 
-/// Empties the history.
+/// Empties the history. Needs no main thread, but the server's lock.
 - (void)clearHistory;
 
 @end

@@ -14,7 +14,9 @@ OV_EXTERN const NSInteger OVShellCommandCancelled OV_SWIFT_NAME(OVShellCommand.c
 /// -9999: a cancel was asked, but the signal could not be sent
 OV_EXTERN const NSInteger OVShellCommandCancelFailed OV_SWIFT_NAME(OVShellCommand.cancelFailed);
 
-/// Receives a running command's output and decides whether it goes on. Called on the thread that runs the command.
+/// Receives a running command's output and decides whether it goes on.
+///
+/// Threads: called on the one that runs the command.
 @protocol OVShellCommandDelegate <NSObject>
 @required
 /// One chunk of output as it was read, at most 2048 bytes; nil for a chunk that is not UTF-8.
@@ -25,6 +27,10 @@ OV_EXTERN const NSInteger OVShellCommandCancelFailed OV_SWIFT_NAME(OVShellComman
 
 /// Runs one external program as a child in a session and process group of its own, with its output streamed to a
 /// delegate. One object serves one run.
+///
+/// Threads: any, an object on one at a time; several objects run at once. The run blocks its thread, so that an
+/// application keeps its main thread out of it. The child's number is read where the command runs: by its delegate,
+/// too.
 @interface OVShellCommand : NSObject {
   @private
     void* core_;

@@ -8,8 +8,10 @@ OV_ASSUME_NONNULL_BEGIN
 /// How a task ended: what the runner's methods return.
 typedef OV_ENUM(int32_t, OVTaskStatus){OVTaskStatusSuccess = 0, OVTaskStatusFailure = 1, OVTaskStatusCancelled = 2};
 
-/// The owner of an `OVTaskRunner`: receives output, answers cancel questions and supplies the user's choices. All
-/// messages arrive on the thread that called the runner.
+/// The owner of an `OVTaskRunner`: receives output, answers cancel questions and supplies the user's choices.
+///
+/// Threads: called on the one that called the runner. An owner that touches its windows carries that to the main thread
+/// itself; `shouldCancel`, asked twice a second, answers at once from a flag that the main thread sets.
 ///
 /// An exception that one of these methods raises ends the running task as a cancel would, and is raised again from
 /// the runner's method.

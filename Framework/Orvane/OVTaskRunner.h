@@ -36,6 +36,11 @@ OV_EXTERN NSString* const
 /// A method that returns a task status (0 success, 1 failure, 2 cancelled) runs on the caller's thread and blocks it;
 /// output and cancel questions reach the delegate there. Failures are logged.
 ///
+/// Threads: any, a runner on one at a time; several runners work at once. An application calls the tasks on a thread of
+/// its own, because they block. What AppKit does, the scripts too, is carried to the main thread and waited for there,
+/// in the common modes of its run loop, which it must therefore be in: the methods that need it say "main thread". The
+/// two properties may be set and read on any thread while a task runs.
+///
 /// Lists, the delegate's choice too, are of strings: an element of another class raises `NSInvalidArgumentException`,
 /// and nothing is run.
 @interface OVTaskRunner : NSObject <OVShellCommandDelegate> {
@@ -60,7 +65,7 @@ OV_EXTERN NSString* const
 - (OVTaskStatus)runBashCommand:(NSString*)command;
 /// Runs the command, a program with leading options, once for each path with the path as its last argument.
 - (OVTaskStatus)runBashCommand:(NSString*)command onItemsAtPaths:(NSArray OV_OF(NSString*) *)paths;
-/// Runs the source. 0 or 1.
+/// Runs the source, on the main thread. 0 or 1.
 - (OVTaskStatus)runAppleScript:(NSString*)source;
 /// A placeholder that deliberately ignores its argument and returns 1.
 - (OVTaskStatus)runAuthorizedTask:(id OV_NULLABLE)task;
@@ -117,45 +122,52 @@ OV_EXTERN NSString* const
 
 // Applications, restart and shutdown.
 
-/// Asks every foreground application to quit but the process's own and the Finder. Always 0.
+/// Asks every foreground application to quit but the process's own and the Finder. Always 0. They are listed on the
+/// main thread.
 - (OVTaskStatus)quitAllApplications;
 /// `SIGKILL`; 1 for an application that has ended, and for any process identifier of 0 or less: nothing is signalled
 /// then.
 - (OVTaskStatus)forceQuitApplication:(NSRunningApplication*)application;
-/// `NSRunningApplication` objects with a Dock icon and a menu bar.
+/// `NSRunningApplication` objects with a Dock icon and a menu bar, listed on the main thread.
 - (NSArray OV_OF(NSRunningApplication*) *)runningForegroundApplications;
-/// Blocks for a second between the end and the launch.
+/// Blocks for a second between the end and the launch, which is done on the main thread.
 - (OVTaskStatus)relaunchApplication:(NSRunningApplication*)application;
+// Scripts, on the main thread.
 - (OVTaskStatus)relaunchFinder;
 - (OVTaskStatus)relaunchDock;
+
 - (OVTaskStatus)relaunchSystemMenu;
 /// Switches the wireless network interface off and on.
 - (OVTaskStatus)restartAirport;
+/// Launched on the main thread.
 - (OVTaskStatus)turnOnScreensaver;
-/// Asks the user in a modal panel; 2 when the user wants neither.
+/// Asks the user in a modal panel, on the main thread; 2 when the user wants neither.
 - (OVTaskStatus)restartOrShutdown;
+// Scripts, on the main thread.
 - (OVTaskStatus)restart;
 - (OVTaskStatus)shutdown;
 
 // Cleaning.
 
 - (OVTaskStatus)cleanUserCache;
+/// Relaunches the Dock, by a script on the main thread.
 - (OVTaskStatus)cleanDashboardCache;
 // With one of the browser constants; any other name deletes nothing.
 - (OVTaskStatus)cleanBrowserCache:(OVBrowser)browser;
 - (OVTaskStatus)cleanBrowserHistory:(OVBrowser)browser;
-/// Moves the visible items of the desktop into a new dated folder in the delegate's `archiveDesktopPath`.
+/// Moves the visible items of the desktop into a new dated folder in the delegate's `archiveDesktopPath`, and
+/// relaunches the Finder, by a script on the main thread.
 - (OVTaskStatus)cleanDesktop;
 - (OVTaskStatus)vacuumAppleMailIndex;
 - (OVTaskStatus)rebuildLaunchServices;
 
-/// Opens a saved search for files above the delegate's `largeFilesSize` with the Finder.
+/// Opens a saved search for files above the delegate's `largeFilesSize` with the Finder, on the main thread.
 - (OVTaskStatus)findLargeFilesInPath:(NSString*)path;
 
 /// Has the system give back memory, which takes 20 seconds, and tells the delegate how much.
 - (OVTaskStatus)freeMemory;
 
-// Settings.
+// Settings. The first three toggles relaunch the Dock or the Finder, by a script on the main thread.
 
 - (BOOL)isDashboardOn;
 - (OVTaskStatus)toggleDashboard;
@@ -176,7 +188,7 @@ OV_EXTERN NSString* const
 /// is not reported.
 - (void)setObject:(id)object forKey:(NSString*)key defaults:(NSString*)defaults;
 
-// The clipboard.
+// The clipboard: on the main thread, where `OVPasteboardServer` says so.
 
 /// 1 when the entry could not be put on the clipboard. Nil empties the clipboard.
 - (OVTaskStatus)restoreItemsFromPasteboard:(NSPasteboard* OV_NULLABLE)pasteboard;

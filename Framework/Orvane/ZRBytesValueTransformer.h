@@ -10,6 +10,8 @@ OV_EXTERN const
 
 /// Turns byte counts into short texts ("1 byte", "512 bytes", "3.4 MB"), one way only. Registered under its own name,
 /// so that a binding in Interface Builder finds it.
+///
+/// Threads: any; the mode is not changed while another thread uses the object. Bindings work on the main thread.
 @interface ZRBytesValueTransformer : NSValueTransformer {
   @private
     int32_t mode_;

@@ -2,6 +2,8 @@
 
 OV_ASSUME_NONNULL_BEGIN
 
+// Threads: any, all three.
+
 /// The running system's version. A null pointer is skipped. When the system does not tell, that is logged and the
 /// version is 10.0.0.
 OV_EXTERN void GetSystemVersion(int32_t* OV_NULLABLE major, int32_t* OV_NULLABLE minor, int32_t* OV_NULLABLE bugFix);
