@@ -155,10 +155,10 @@ OV_EXTERN NSString* const
 // With one of the browser constants; any other name deletes nothing.
 - (OVTaskStatus)cleanBrowserCache:(OVBrowser)browser;
 - (OVTaskStatus)cleanBrowserHistory:(OVBrowser)browser;
-/// Moves the visible items of the desktop into a new dated folder in the delegate's `archiveDesktopPath`, and
-/// relaunches the Finder, by a script on the main thread.
+/// Moves the visible items of the desktop into a new dated folder in the delegate's `archiveDesktopPath`.
 - (OVTaskStatus)cleanDesktop;
 - (OVTaskStatus)vacuumAppleMailIndex;
+/// Relaunches the Finder, too, by a script on the main thread.
 - (OVTaskStatus)rebuildLaunchServices;
 
 /// Opens a saved search for files above the delegate's `largeFilesSize` with the Finder, on the main thread.
