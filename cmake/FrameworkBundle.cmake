@@ -1,10 +1,5 @@
 # Orvane.framework, for applications: the Objective-C face, and under it the core with AppKit's services. Where there
 # are no frameworks it is a shared library.
-set(ORVANE_BUNDLE_IDENTIFIER org.example.Orvane CACHE STRING "The framework's bundle identifier, in reverse-DNS form")
-if(NOT ORVANE_BUNDLE_IDENTIFIER MATCHES "^[A-Za-z0-9-]+(\\.[A-Za-z0-9-]+)+$")
-  message(FATAL_ERROR "ORVANE_BUNDLE_IDENTIFIER \"${ORVANE_BUNDLE_IDENTIFIER}\" is not in reverse-DNS form")
-endif()
-
 file(GLOB orvane_public_headers CONFIGURE_DEPENDS Framework/Orvane/*.h)
 add_library(OrvaneFramework SHARED $<TARGET_OBJECTS:orvane_framework> ${orvane_public_headers}
   Framework/module.modulemap Resources/LargeFilesTemplate.savedSearch)

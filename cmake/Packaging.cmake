@@ -5,6 +5,15 @@ include(CMakePackageConfigHelpers)
 install(TARGETS OrvaneTool DESTINATION "${CMAKE_INSTALL_LIBEXECDIR}")
 install(FILES Documentation/OrvaneTool.8 DESTINATION "${CMAKE_INSTALL_MANDIR}/man8")
 
+# What an application for macOS that carries the tool is made with; see Documentation/Shipping.md.
+set(orvane_oldest_macos "${CMAKE_OSX_DEPLOYMENT_TARGET}")
+if(NOT orvane_oldest_macos)
+  set(orvane_oldest_macos 10.13)
+endif()
+configure_file(Packaging/distribution.xml.in "${PROJECT_BINARY_DIR}/Packaging/distribution.xml" @ONLY)
+configure_file(Packaging/daemon.plist.in
+  "${PROJECT_BINARY_DIR}/Packaging/${ORVANE_BUNDLE_IDENTIFIER}.tool.plist" @ONLY)
+
 if(APPLE)
   if(NOT ORVANE_COCOA)
     return()
