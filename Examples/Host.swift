@@ -25,7 +25,7 @@ func setUp() throws {
     }
 }
 
-/// A task of the tool's, as root. What it prints arrives in pieces, on a queue of the system's.
+/// A task of the tool's, as root. Shows what it prints, piece by piece; blocks its caller.
 func runTool(_ words: [String], show: @escaping (String) -> Void) throws -> Int32 {
     let process = Process()
     let output = Pipe()
