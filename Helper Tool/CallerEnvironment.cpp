@@ -99,7 +99,7 @@ bool isKeptName(std::string_view name) {
 void rebuildEnvironment() {
     static constinit char path[] = "PATH=/usr/bin:/bin:/usr/sbin:/sbin";
     // Room for more than there are, but not for so many that a command's own arguments would be too long.
-    static constinit std::array<char*, 34> variables = {path}; // the last one is always null
+    static constinit std::array<char*, 34> variables = {path};
     auto end = variables.begin() + 1;
     for (char** entry = environ; entry != nullptr && *entry != nullptr && end != variables.end() - 1; ++entry) {
         const std::string_view text = *entry;
@@ -112,6 +112,7 @@ void rebuildEnvironment() {
             *end++ = *entry;
         }
     }
+    *end = nullptr;
     environ = variables.data();
 }
 
