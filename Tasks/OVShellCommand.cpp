@@ -74,8 +74,10 @@ void runChild(void* context) {
         reportError(plan, "setsid");
     }
     calls.close(plan.readEnd);
-    calls.dup2(program.output, program.standardOutput);
-    calls.dup2(program.output, program.standardError);
+    for (const int number : {program.standardOutput, program.standardError}) {
+        while (calls.dup2(program.output, number) == -1 && errno == EINTR) {
+        }
+    }
     // Deliberate: the program also inherits the write end under its own number, so that the run lasts as long
     // as any descendant, even one that has redirected its output.
     calls.fcntl(program.output, F_SETFD, 0);
