@@ -15,7 +15,7 @@ else()
   # The headers include each other by folder, so the folders stand in one of their own.
   set(orvane_headers "${CMAKE_INSTALL_INCLUDEDIR}/orvane")
   set(orvane_resources "${CMAKE_INSTALL_DATADIR}/orvane")
-  foreach(folder Helpers Pasteboard Platform Privileges Support Tasks)
+  foreach(folder Helpers Host Pasteboard Platform Privileges Support Tasks)
     file(GLOB headers CONFIGURE_DEPENDS "${folder}/*.h")
     install(FILES ${headers} DESTINATION "${orvane_headers}/${folder}")
   endforeach()
