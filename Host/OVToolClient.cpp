@@ -132,7 +132,7 @@ class TaskRun {
         while (!isOver()) {
             const bool hasOutput = readOutput();
             reap();
-            if (!result_.cancelled && shouldCancel()) {
+            if (!result_.cancelled && !isOver() && shouldCancel()) {
                 result_.cancelled = true;
                 deadline_ = Time::now() + patience_;
                 nextLook_ = Time::now();
