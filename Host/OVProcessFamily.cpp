@@ -30,7 +30,7 @@ bool OVProcessFamily::update() {
     for (bool isComplete = false; !isComplete;) {
         isComplete = true;
         for (auto process = others.begin(); process != others.end();) {
-            const Member* const kin = relative(*process, found);
+            const Member* const kin = relative(*process, found, others);
             if (kin == nullptr) {
                 ++process;
                 continue;
@@ -62,23 +62,26 @@ const OVProcessFamily::Member* OVProcessFamily::sameProcess(const ProcessRecord&
     return known != members_.end() ? &*known : nullptr;
 }
 
-/// Its parent, or somebody of its group, now or at the last look.
-const OVProcessFamily::Member* OVProcessFamily::relative(const ProcessRecord& process,
-                                                         const std::vector<Member>& found) const {
-    const auto isParent = [&](const Member& member) { return member.process.processID == process.parent; };
-    if (const auto parent = std::find_if(found.begin(), found.end(), isParent); parent != found.end()) {
-        return &*parent;
-    }
-    if (mayBeSignalled(process.group)) {
-        for (const auto* members : {&found, &members_}) {
-            const auto mate = std::find_if(members->begin(), members->end(),
-                                           [&](const Member& member) { return member.process.group == process.group; });
-            if (mate != members->end()) {
-                return &*mate;
-            }
+const OVProcessFamily::Member* OVProcessFamily::relative(const ProcessRecord& process, const std::vector<Member>& found,
+                                                         const std::vector<ProcessRecord>& others) const {
+    const auto firstIn = [](const std::vector<Member>& members, auto isKin) {
+        const auto kin =
+            std::find_if(members.begin(), members.end(), [&](const Member& member) { return isKin(member.process); });
+        return kin != members.end() ? &*kin : nullptr;
+    };
+    const auto isParent = [&](const ProcessRecord& member) { return member.processID == process.parent; };
+    const auto isMate = [&](const ProcessRecord& member) { return member.group == process.group; };
+    const Member* kin = firstIn(found, isParent);
+    if (kin == nullptr && mayBeSignalled(process.group)) {
+        kin = firstIn(found, isMate);
+        // A group that was empty in between has a leader of the same number, which is nobody's here.
+        const bool isAnew = std::any_of(others.begin(), others.end(),
+                                        [&](const ProcessRecord& other) { return other.processID == process.group; });
+        if (kin == nullptr && !isAnew) {
+            kin = firstIn(members_, isMate);
         }
     }
-    return nullptr;
+    return kin;
 }
 
 std::vector<ProcessRecord> OVProcessFamily::living() const {

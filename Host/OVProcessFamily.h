@@ -42,7 +42,9 @@ class OVProcessFamily {
 
     [[nodiscard]] bool mayBeSignalled(pid_t group) const { return group > 1 && group != outside_; }
     [[nodiscard]] const Member* sameProcess(const ProcessRecord& process) const;
-    [[nodiscard]] const Member* relative(const ProcessRecord& process, const std::vector<Member>& found) const;
+    /// Its parent, or somebody of its group, now or at the last look.
+    [[nodiscard]] const Member* relative(const ProcessRecord& process, const std::vector<Member>& found,
+                                         const std::vector<ProcessRecord>& others) const;
 
     ProcessTable& table_;
     pid_t founder_;

@@ -25,6 +25,9 @@ using Time = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr const char* kToolName = "OrvaneTool";
+constexpr const char* kSetUp = "repairPriviliges";
+constexpr const char* kSurrender = "surrenderPriviliges";
+constexpr const char* kInterrupt = "killProcess"; // with a blank and a process id in the same word
 constexpr std::size_t kBufferSize = 16384;
 
 /// Between two looks at the task's processes, two questions, two rounds of signals.
@@ -263,8 +266,8 @@ class TaskRun {
     /// The group of the process, by the tool as root. Whether that went well shows in the next round.
     void interruptByTool(pid_t process) {
         std::int32_t end = -1;
-        const pid_t killer =
-            OVShellCommand(calls_).forkAndExecCommandAtPath(tool_, {"killProcess " + std::to_string(process)}, &end);
+        const pid_t killer = OVShellCommand(calls_).forkAndExecCommandAtPath(
+            tool_, {std::string(kInterrupt) + " " + std::to_string(process)}, &end);
         if (killer < 0) {
             return;
         }
@@ -359,12 +362,17 @@ OVToolClient::State OVToolClient::state(const char* newest) const {
     return newest != nullptr && differ(services_.calls, path, newest) ? State::older : State::ready;
 }
 
+std::string OVToolClient::commandAsRoot(const char* word) const {
+    // A relative path could be an option, or be looked for among the system's programs.
+    return "sudo " + shellWord(path_.starts_with('/') ? path_ : "./" + path_) + " " + word;
+}
+
 std::string OVToolClient::setUpCommand() const {
-    return "sudo " + shellWord(path_) + " repairPriviliges";
+    return commandAsRoot(kSetUp);
 }
 
 std::string OVToolClient::surrenderCommand() const {
-    return "sudo " + shellWord(path_) + " surrenderPriviliges";
+    return commandAsRoot(kSurrender);
 }
 
 std::int32_t OVToolClient::runAsRoot(const char* word) {
@@ -373,11 +381,11 @@ std::int32_t OVToolClient::runAsRoot(const char* word) {
 }
 
 std::int32_t OVToolClient::setUp() {
-    return runAsRoot("repairPriviliges");
+    return runAsRoot(kSetUp);
 }
 
 std::int32_t OVToolClient::surrender() {
-    return runAsRoot("surrenderPriviliges");
+    return runAsRoot(kSurrender);
 }
 
 OVToolClient::Result OVToolClient::run(std::string_view task, const std::optional<std::string>& argument,
@@ -387,7 +395,7 @@ OVToolClient::Result OVToolClient::run(std::string_view task, const std::optiona
         return waitWithoutBlocking(services_.calls, child, &status) != 0;
     });
     std::vector<std::string> words = {std::string(task)};
-    if (argument && task == "killProcess") {
+    if (argument && task == kInterrupt) {
         words.front() += " " + *argument; // it reads its number from the same word
     } else if (argument) {
         words.push_back(*argument);

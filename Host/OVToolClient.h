@@ -114,6 +114,7 @@ class OVToolClient {
                std::chrono::milliseconds patience = std::chrono::seconds(2));
 
   private:
+    [[nodiscard]] std::string commandAsRoot(const char* word) const;
     std::int32_t runAsRoot(const char* word);
 
     std::string path_;
