@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <iterator>
 #include <tuple>
 #include <utility>
 
@@ -26,6 +27,11 @@ bool OVProcessFamily::update() {
             others.push_back(process);
         }
     }
+    // A table that hides others' processes hides root's, too; but until its status was taken, it is there.
+    const auto isFounder = [this](const Member& member) { return member.process.processID == founder_; };
+    if (std::none_of(found.begin(), found.end(), isFounder)) {
+        std::copy_if(members_.begin(), members_.end(), std::back_inserter(found), isFounder);
+    }
     // Until a round finds nobody: the table is in no order.
     for (bool isComplete = false; !isComplete;) {
         isComplete = true;
@@ -49,7 +55,7 @@ void OVProcessFamily::forgetFounder() {
     for (Member& member : members_) {
         member.process.isZombie = member.process.isZombie || member.process.processID == founder_;
     }
-    founder_ = 0;
+    founder_ = -1;
 }
 
 const OVProcessFamily::Member* OVProcessFamily::sameProcess(const ProcessRecord& process) const {

@@ -146,6 +146,15 @@ TEST_F(ProcessFamilyTest, WhereTheKernelDoesNotTellItIsWhatItWas) {
     EXPECT_EQ(living(), (Numbers{kTool, 210}));
 }
 
+TEST_F(ProcessFamilyTest, AFounderThatTheTableHidesIsThereUntilItsStatusWasTaken) {
+    look({{{host, neighbour}}, {{host, neighbour}}});
+    EXPECT_EQ(living(), (Numbers{kTool}));
+    EXPECT_EQ(family->groups(), (Numbers{kTool}));
+    family->forgetFounder();
+    family->update();
+    EXPECT_EQ(living(), (Numbers{}));
+}
+
 TEST_F(ProcessFamilyTest, TheFoundersNumberIsAnothersOnceItsStatusWasTaken) {
     look({{{tool, process(210, kTool, kTool)}}, {{process(kTool, 1, kTool), process(210, 1, kTool)}}});
     family->forgetFounder();
