@@ -185,10 +185,16 @@ class ClientCalls final : public StartingCalls {
     }
     pid_t fork() override { return failing("fork") ? -1 : StartingCalls::fork(); }
     int poll(pollfd* descriptors, nfds_t count, int milliseconds) override {
-        EXPECT_LE(milliseconds, longestPoll);
+        ++polls;
+        if (isEndless) {
+            return 1;
+        }
         return failing("poll") ? -1 : StartingCalls::poll(descriptors, count, milliseconds);
     }
     ssize_t read(int descriptor, void* buffer, std::size_t size) override {
+        if (isEndless) {
+            return static_cast<ssize_t>(size);
+        }
         return failing("read") ? -1 : StartingCalls::read(descriptor, buffer, size);
     }
     pid_t waitpid(pid_t processID, int* status, int options) override {
@@ -204,7 +210,8 @@ class ClientCalls final : public StartingCalls {
 
     std::vector<pid_t> signalled;
     int starts = 0;
-    int longestPoll = 2000;
+    int polls = 0;
+    bool isEndless = false; ///< the output
 
   private:
     struct Failure {
@@ -389,6 +396,14 @@ TEST_F(ToolRunTest, AnOutputThatCannotBeReadIsTriedAgainInTheNextRound) {
     }
 }
 
+TEST_F(ToolRunTest, AnOutputThatCanNeverBeReadKeepsNoProcessorBusy) {
+    calls.fail("poll", EIO, kAlways);
+    const auto result = run("sleep 0.5; exit 6");
+    EXPECT_EQ(result.status, 6);
+    EXPECT_LT(result.duration, 2s);
+    EXPECT_LT(calls.polls, 60);
+}
+
 TEST_F(ToolRunTest, AStatusThatSomebodyElseTookIsSaidToBeUnknown) {
     calls.fail("waitpid", ECHILD);
     const auto result = run("exit 0");
@@ -421,8 +436,10 @@ TEST_F(ToolRunTest, WhatOutlivesTheToolIsListenedToForHalfASecond) {
 }
 
 TEST_F(ToolRunTest, WhatOutlivesTheToolAndWritesForEverIsListenedToNoLonger) {
-    const auto result = run("yes & echo $! > " + folder.at("yes") + "; exit 8");
+    calls.isEndless = true;
+    const auto result = OVToolClient(tool("exit 8"), services).run("task", std::nullopt, nullptr);
     EXPECT_EQ(result.status, 8);
+    EXPECT_GE(result.duration, 500ms);
     EXPECT_LT(result.duration, 1500ms);
 }
 
@@ -441,9 +458,11 @@ TEST_F(ToolRunTest, TellsWhatRunsWhenThereIsNoOutput) {
     EXPECT_GE(owner.programs.size(), 1U);
 }
 
-// ---- Cancels
+// ---- Cancels -------------------------------------------------------------------------------------------------
 
-TEST_F(ToolRunTest, ACancelBeforeTheStartStartsNothing) {
+class ToolCancelTest : public ToolRunTest {};
+
+TEST_F(ToolCancelTest, ACancelBeforeTheStartStartsNothing) {
     owner.cancels = [](int) { return true; };
     const auto result = run("touch " + folder.at("started"));
     EXPECT_TRUE(result.cancelled);
@@ -452,7 +471,7 @@ TEST_F(ToolRunTest, ACancelBeforeTheStartStartsNothing) {
     EXPECT_FALSE(test::exists(folder.at("started")));
 }
 
-TEST_F(ToolRunTest, ACancelEndsCommandsInSessionsOfTheirOwnAndThenTheTool) {
+TEST_F(ToolCancelTest, ACancelEndsCommandsInSessionsOfTheirOwnAndThenTheTool) {
     cancelAt("\n");
     const auto result = run("trap 'echo tidied' EXIT\n$session bash -c 'echo $$; sleep 60; echo late'\nexit 2");
     EXPECT_TRUE(result.cancelled);
@@ -465,7 +484,7 @@ TEST_F(ToolRunTest, ACancelEndsCommandsInSessionsOfTheirOwnAndThenTheTool) {
     EXPECT_EQ(calls.signalled.size(), 1U) << "the tool was left to itself";
 }
 
-TEST_F(ToolRunTest, AToolWithoutACommandIsInterruptedAfterTwoRounds) {
+TEST_F(ToolCancelTest, AToolWithoutACommandIsInterruptedAfterTwoRounds) {
     cancelAt("\n");
     const auto result = run("echo; while :; do :; done");
     EXPECT_EQ(result.status, 128 + SIGINT);
@@ -474,7 +493,7 @@ TEST_F(ToolRunTest, AToolWithoutACommandIsInterruptedAfterTwoRounds) {
     EXPECT_LT(result.duration, 1500ms);
 }
 
-TEST_F(ToolRunTest, DeeperGroupsAreInterruptedFirst) {
+TEST_F(ToolCancelTest, DeeperGroupsAreInterruptedFirst) {
     cancelAt("deep\n");
     run("$session bash -c 'trap \"exit 2\" INT; echo $$; $session bash -c \"echo \\$\\$; echo deep; sleep "
         "60\"; "
@@ -490,7 +509,17 @@ TEST_F(ToolRunTest, DeeperGroupsAreInterruptedFirst) {
     EXPECT_FALSE(lives(outer));
 }
 
-TEST_F(ToolRunTest, WhereTheCallerMayNotTheToolInterrupts) {
+TEST_F(ToolCancelTest, WhatOutlivesTheToolIsInterruptedAgainUntilItEnds) {
+    cancelAt("\n");
+    const auto result = run("env --default-signal=INT $session bash -c 'trap \"((++count > 2)) && exit\" INT; echo $$; "
+                            "while :; do sleep 0.01; "
+                            "done' &\nsleep 60");
+    EXPECT_TRUE(result.leftRunning.empty());
+    EXPECT_GE(std::count(calls.signalled.begin(), calls.signalled.end(), number()), 2);
+    EXPECT_EQ(result.status, 128 + SIGINT);
+}
+
+TEST_F(ToolCancelTest, WhereTheCallerMayNotTheToolInterrupts) {
     cancelAt("\n");
     calls.fail("killpg", EPERM, kAlways);
     const auto result = run("$session bash -c 'echo $$; sleep 60'\nexit 2");
@@ -499,7 +528,7 @@ TEST_F(ToolRunTest, WhereTheCallerMayNotTheToolInterrupts) {
     EXPECT_FALSE(lives(number()));
 }
 
-TEST_F(ToolRunTest, AToolThatCouldNotBeStartedToInterruptIsStartedInTheNextRound) {
+TEST_F(ToolCancelTest, AToolThatCouldNotBeStartedToInterruptIsStartedInTheNextRound) {
     cancelAt("\n");
     calls.fail("killpg", EPERM, kAlways);
     owner.cancels = [this](int) {
@@ -514,7 +543,7 @@ TEST_F(ToolRunTest, AToolThatCouldNotBeStartedToInterruptIsStartedInTheNextRound
     EXPECT_TRUE(result.leftRunning.empty());
 }
 
-TEST_F(ToolRunTest, ASignalThatReachedOnlyAPartIsFollowedByTheTools) {
+TEST_F(ToolCancelTest, ASignalThatReachedOnlyAPartIsFollowedByTheTools) {
     cancelAt("\n");
     // Said to be sent, but nothing came of it.
     struct Deaf final : PosixSystemCalls {
@@ -527,7 +556,7 @@ TEST_F(ToolRunTest, ASignalThatReachedOnlyAPartIsFollowedByTheTools) {
     EXPECT_FALSE(lives(number()));
 }
 
-TEST_F(ToolRunTest, WhatCannotBeReachedIsNamedWhenPatienceIsOver) {
+TEST_F(ToolCancelTest, WhatCannotBeReachedIsNamedWhenPatienceIsOver) {
     cancelAt("\n");
     calls.fail("killpg", EPERM, kAlways);
     // The tool cannot be started a second time.
@@ -559,7 +588,7 @@ TEST_F(ToolRunTest, WhatCannotBeReachedIsNamedWhenPatienceIsOver) {
     client->run("killProcess", "0", nullptr);
 }
 
-TEST_F(ToolRunTest, AProgramThatIgnoresTheInterruptIsNamed) {
+TEST_F(ToolCancelTest, AProgramThatIgnoresTheInterruptIsNamed) {
     cancelAt("\n");
     const auto result = run("$session bash -c 'trap \"\" INT; echo $$; exec sleep 60'\nexit 2", std::nullopt, 300ms);
     ASSERT_FALSE(result.leftRunning.empty());
@@ -572,7 +601,7 @@ TEST_F(ToolRunTest, AProgramThatIgnoresTheInterruptIsNamed) {
     }
 }
 
-TEST_F(ToolRunTest, AToolThatHangsWhenItShallInterruptIsNotWaitedForBeyondPatience) {
+TEST_F(ToolCancelTest, AToolThatHangsWhenItShallInterruptIsNotWaitedForBeyondPatience) {
     cancelAt("\n");
     calls.fail("killpg", EPERM, kAlways);
     const std::string path =
@@ -587,7 +616,7 @@ TEST_F(ToolRunTest, AToolThatHangsWhenItShallInterruptIsNotWaitedForBeyondPatien
 }
 
 /// The tool as the table has it: a script that runs nothing else.
-TEST_F(ToolRunTest, AnIDThatIsAnothersNowIsNotInterrupted) {
+TEST_F(ToolCancelTest, AnIDThatIsAnothersNowIsNotInterrupted) {
     // A process of the test's that a foreign table shows as the task's, then as another's.
     const pid_t stranger = ::fork();
     if (stranger == 0) {
@@ -620,7 +649,7 @@ TEST_F(ToolRunTest, AnIDThatIsAnothersNowIsNotInterrupted) {
     ::waitpid(stranger, nullptr, 0);
 }
 
-TEST_F(ToolRunTest, AChildInTheCallersOwnGroupIsNeverSignalled) {
+TEST_F(ToolCancelTest, AChildInTheCallersOwnGroupIsNeverSignalled) {
     // As if the kernel had refused it a session.
     struct Table final : ProcessTable {
         std::optional<std::vector<ProcessRecord>> processes() override {
@@ -640,7 +669,7 @@ TEST_F(ToolRunTest, AChildInTheCallersOwnGroupIsNeverSignalled) {
     ::waitpid(number(), nullptr, 0);
 }
 
-TEST_F(ToolRunTest, WithoutAProcessTableTheToolsOwnGroupIsInterrupted) {
+TEST_F(ToolCancelTest, WithoutAProcessTableTheToolsOwnGroupIsInterrupted) {
     FakeProcessTable silent({std::nullopt});
     OVToolClient::Services without = {calls, volumes, silent, authorization, executable};
     cancelAt("\n");
