@@ -138,6 +138,7 @@ class Planner {
     void takeDamaged(const OVTaskRemoval& removal);
     void takeMoved(const OVTaskRemoval& removal);
     void takeAside(const OVTaskRemoval& removal);
+    void takeArrivals();
     void takeStranger(const std::string& word, bool isAfterDashes);
 
     void dropCovered();
@@ -158,6 +159,7 @@ class Planner {
     [[nodiscard]] std::string_view searchPath() const;
     bool walk(OVTreeWalk& walk, std::vector<OVTreeWalk::Tree>& trees, bool isLooked);
     std::function<bool(std::uint64_t)> progress();
+    [[nodiscard]] bool isOverwritten() const;
     void setError(std::int32_t error);
 
     const OVTaskDescription& task_;
@@ -169,6 +171,7 @@ class Planner {
     const bool isRootsCall_ = ::getuid() == 0;                   ///< the tool keeps root's own surroundings
     const bool isByRoot_ = task_.isToolTask || ::geteuid() == 0; ///< what removes does so as root
     std::string workingFolder_;
+    Paths list_; ///< for `xargs`
     std::vector<Named> named_;
     std::vector<OVTreeWalk::Tree> trees_;
     std::unordered_set<std::string> aside_; ///< paths that are not there while the removal runs
@@ -179,6 +182,10 @@ class Planner {
 /// Where the tool's commands are found, but for a start of root's own.
 std::string_view Planner::searchPath() const {
     return task_.isToolTask && !isRootsCall_ ? "PATH=/usr/bin:/bin:/usr/sbin:/sbin; export PATH; " : "";
+}
+
+bool Planner::isOverwritten() const {
+    return !task_.removals.empty() && task_.removals.front().way == Way::overwrite;
 }
 
 void Planner::setError(std::int32_t error) {
@@ -223,6 +230,7 @@ void Planner::make() {
             take(removal);
         }
     }
+    takeArrivals();
     if (plan_.error == 0 && plan_.isComplete) {
         dropCovered();
         measure();
@@ -336,17 +344,20 @@ void Planner::takeShell(const OVTaskRemoval& removal) {
 }
 
 void Planner::takeList(const OVTaskRemoval& removal) {
-    Paths names;
     for (const std::string_view pattern : removal.patterns) {
         const Paths paths = pattern == "@" ? arguments_ : expand(pattern);
-        names.insert(names.end(), paths.begin(), paths.end());
+        list_.insert(list_.end(), paths.begin(), paths.end());
     }
-    const bool isAfterDashes = removal.way == Way::overwrite;
-    OVArrivals arrivals = OVArrivals::ofNames(names, searchPath(), services_.processInfo.temporaryDirectory());
+}
+
+/// The list as a whole, whatever it was made of.
+void Planner::takeArrivals() {
+    const bool isAfterDashes = isOverwritten();
+    OVArrivals arrivals = OVArrivals::ofNames(list_, searchPath(), services_.processInfo.temporaryDirectory());
     setError(arrivals.error);
-    for (std::size_t index = 0; index < names.size(); ++index) {
-        const bool isOption = !isAfterDashes && names[index].starts_with('-');
-        Named named = {.path = isOption ? names[index] : inFolder(names[index])};
+    for (std::size_t index = 0; index < list_.size(); ++index) {
+        const bool isOption = !isAfterDashes && list_[index].starts_with('-');
+        Named named = {.path = isOption ? list_[index] : inFolder(list_[index])};
         if (arrivals.kinds[index] == OVArrivals::Kind::takenApart) {
             named.fate = Fate::takenApart;
             named.becomes = std::move(arrivals.becomes[index]);
@@ -456,7 +467,16 @@ void Planner::takeFound(const OVTaskRemoval& removal) {
 
 void Planner::takeDamaged(const OVTaskRemoval& removal) {
     std::string folders;
-    for (const std::string& path : starts(removal)) {
+    const Paths paths = starts(removal);
+    if (::geteuid() != 0) {
+        // What the planner's own `find` cannot look into.
+        OVTreeWalk look({.progress = progress()});
+        std::vector<OVTreeWalk::Tree> trees;
+        std::transform(paths.begin(), paths.end(), std::back_inserter(trees),
+                       [](const std::string& path) { return OVTreeWalk::Tree{.path = path}; });
+        walk(look, trees, true);
+    }
+    for (const std::string& path : paths) {
         if (path.find_first_of("\"$`\\") != std::string::npos) {
             setError(EINVAL); // the shell would act on it
             return;
@@ -633,8 +653,6 @@ void Planner::dropCovered() {
 /// Walks what goes, first with an eye on what cannot; what holds such things is taken to pieces and all is walked
 /// again.
 void Planner::measure() {
-    const bool isOverwritten = std::any_of(task_.removals.begin(), task_.removals.end(),
-                                           [](const OVTaskRemoval& some) { return some.way == Way::overwrite; });
     for (const Remover remover : {isByRoot_ ? Remover::root : Remover::user, Remover::nobody}) {
         trees_.clear();
         for (Named& named : named_) {
@@ -643,7 +661,7 @@ void Planner::measure() {
                 trees_.push_back({.path = named.path});
             }
         }
-        OVTreeWalk look({.remover = remover, .overwrites = isOverwritten, .progress = progress()});
+        OVTreeWalk look({.remover = remover, .overwrites = isOverwritten(), .progress = progress()});
         if (!walk(look, trees_, false) || look.stuck.empty()) {
             return;
         }
