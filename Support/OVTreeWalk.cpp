@@ -161,6 +161,9 @@ bool OVTreeWalk::walk(std::vector<Tree>& trees) {
     }
     std::sort(unreadable.begin(), unreadable.end());
     std::sort(stuck.begin(), stuck.end(), [](const Stuck& left, const Stuck& right) { return left.path < right.path; });
+    if (options.progress && !shared.isEnded && !options.progress(shared.seen)) {
+        shared.isEnded = true;
+    }
     return !shared.isEnded;
 }
 

@@ -50,7 +50,8 @@ class OVTreeWalk {
         Remover remover = Remover::nobody;
         bool overwrites = false; ///< files of the user that only others may write are stuck, too
         unsigned threads = 0;    ///< at most; 0 for as many as there are processors, 4 at most
-        /// Called now and then by the thread that walks, with how many entries were seen; false ends the walk.
+        /// Called now and then and at the end, by the thread that walks, with how many entries were seen; false ends
+        /// it.
         std::function<bool(std::uint64_t entries)> progress = {};
         /// Called for each entry before what is in it; false leaves that out. There is one thread then.
         std::function<bool(const Entry& entry)> visit = {};

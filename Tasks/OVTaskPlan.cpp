@@ -143,7 +143,7 @@ class Planner {
 
     void dropCovered();
     void measure();
-    void split(const OVTreeWalk& walk, std::vector<OVTreeWalk::Tree>& trees);
+    void split(const std::vector<OVTreeWalk::Stuck>& stuck);
     void splitOne(const Named& named, const std::vector<OVTreeWalk::Stuck>& stuck, std::vector<Named>& into) const;
     void tell();
     void fold();
@@ -231,11 +231,9 @@ void Planner::make() {
         }
     }
     takeArrivals();
-    if (plan_.error == 0 && plan_.isComplete) {
+    if (plan_.error == 0) {
         dropCovered();
         measure();
-    }
-    if (plan_.error == 0) {
         tell();
         fold();
     }
@@ -662,18 +660,18 @@ void Planner::measure() {
             }
         }
         OVTreeWalk look({.remover = remover, .overwrites = isOverwritten(), .progress = progress()});
-        if (!walk(look, trees_, false) || look.stuck.empty()) {
+        if (!plan_.isComplete || !walk(look, trees_, false) || look.stuck.empty()) {
             return;
         }
-        split(look, trees_);
+        split(look.stuck);
     }
 }
 
-void Planner::split(const OVTreeWalk& walk, std::vector<OVTreeWalk::Tree>& /*trees*/) {
+void Planner::split(const std::vector<OVTreeWalk::Stuck>& stuck) {
     std::vector<Named> pieces;
     for (Named& named : named_) {
         if (goes(named.fate)) {
-            splitOne(named, walk.stuck, pieces);
+            splitOne(named, stuck, pieces);
         } else {
             pieces.push_back(std::move(named));
         }

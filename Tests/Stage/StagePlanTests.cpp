@@ -14,6 +14,7 @@
 #include <random>
 #include <set>
 #include <sstream>
+#include <sys/mount.h>
 #include <unistd.h>
 
 namespace orvane::stage {
@@ -110,6 +111,7 @@ Plan planOf(uid_t user, const Strings& words) {
     start.user = user;
     start.path = kProbe;
     start.words = words;
+    makeFolder(kWork, kAnn);
     start.beforeExec = [] { EXPECT_EQ(::chdir(kWork.c_str()), 0); };
     const Result result = run(start);
     EXPECT_EQ(result.exitCode(), 0) << result.errors;
@@ -160,7 +162,9 @@ class Forest {
 
     std::size_t dice(std::size_t sides) { return random_() % sides; }
 
-    Strings suffixes = {"", "", ".log", ".log.1", ".gz", ".plist"}; ///< for the task that is tried
+    // For the task that is tried.
+    Strings heads = {""};
+    Strings suffixes = {"", "", ".log", ".log.1", ".gz", ".plist"};
 
   private:
     std::string name() {
@@ -185,7 +189,8 @@ class Forest {
             made = quotes.at(dice(quotes.size()));
         }
         static const Strings special = {"secure-erase.temp", ".DS_Store", "a.log", "places.sqlite"};
-        return dice(12) == 0 ? special.at(dice(special.size())) : made + std::to_string(dice(30)) + suffix();
+        return dice(12) == 0 ? special.at(dice(special.size()))
+                             : heads.at(dice(heads.size())) + made + std::to_string(dice(30)) + suffix();
     }
 
     std::string suffix() { return suffixes.at(dice(suffixes.size())); }
@@ -228,6 +233,7 @@ struct Case {
     Strings arguments = {};
     Strings options = {};
     Strings suffixes = {};
+    Strings heads = {};
 };
 
 void PrintTo(const Case& its, std::ostream* out) {
@@ -284,11 +290,16 @@ class StagePlanTest : public ::testing::TestWithParam<std::tuple<Case, uid_t>> {
         if (!its().suffixes.empty()) {
             forest.suffixes = its().suffixes;
         }
+        if (!its().heads.empty()) {
+            forest.heads = its().heads;
+        }
         for (std::string folder : its().folders) {
             if (folder.starts_with('~')) {
                 folder.replace(0, 1, user() == kRoot ? "/var/root" : "/Users/ann");
             }
             makeFolder(folder, ownerOf(folder));
+            write(folder + "/.DS_Store", "x", ownerOf(folder));
+            write(folder + "/secure-erase.temp", "x", ownerOf(folder));
             forest.plant(folder, ownerOf(folder));
         }
     }
@@ -420,8 +431,14 @@ const Case kLibraryCases[] = {
     {"cleanDashboardCache", false, {"~/Library/Caches/com.apple.dashboard.client"}},
     {"cleanBrowserCache", false, kBrowserCaches, {"ALL_BROWSERS"}},
     {"cleanBrowserCache", false, kBrowserCaches, {"com.google.chrome"}},
-    {"cleanBrowserHistory", false, kHistory, {"ALL_BROWSERS"}, {}, {"", "History", " History.db"}},
-    {"cleanBrowserHistory", false, kHistory, {"org.mozilla.firefox"}},
+    {"cleanBrowserHistory",
+     false,
+     kHistory,
+     {"ALL_BROWSERS"},
+     {},
+     {"", "History", " History.db"},
+     {"", "Last ", "places."}},
+    {"cleanBrowserHistory", false, kHistory, {"org.mozilla.firefox"}, {}, {}, {"", "places."}},
     {"cleanDesktop", false, {"~/Desktop"}, {}, {"--archive", "/Users/ann/Documents"}},
     {"cleanDesktop", false, {"~/Desktop", "~/Desktop/in/side"}, {}, {"--archive", "~/Desktop/in/side"}},
     {"forceDeleteFiles", false, kChosen, kChosen},
@@ -436,6 +453,58 @@ const Case kLibraryCases[] = {
     {"removeCorruptUserPreferences", false, {"~/Library/Preferences"}, {}, {}, {".plist"}},
     {"cleanStaleTemporaryFiles", false, kStale},
 };
+
+/// What became of a path by the plan: its fate and the reason.
+std::string fateOf(const Plan& plan, const std::string& path) {
+    for (const Item& item : plan.items) {
+        if (item.path == path) {
+            return item.fate + (item.reason != 0 ? " " + std::string(::strerrorname_np(item.reason)) : "");
+        }
+    }
+    return "not planned";
+}
+
+TEST(StagePlanVolumeTest, AFolderThatSomethingIsMountedOnIsEmptiedAndStays) {
+    const std::string mounted = "/Users/ann/.Trash/mounted";
+    makeFolder(mounted, kAnn);
+    if (::mount("none", mounted.c_str(), "tmpfs", 0, "") != 0) {
+        GTEST_SKIP() << "mount: " << std::strerror(errno);
+    }
+    write(mounted + "/file", "x", kAnn);
+    const Plan plan = planOf(kRoot, {"feat"});
+    EXPECT_EQ(fateOf(plan, mounted), "k EBUSY");
+    EXPECT_EQ(fateOf(plan, mounted + "/file"), "r");
+    runTool(kRoot, {"feat"});
+    EXPECT_TRUE(exists(mounted));
+    EXPECT_FALSE(exists(mounted + "/file"));
+    ::umount(mounted.c_str());
+}
+
+TEST(StagePlanVolumeTest, TheTrashOfAVolumeThatCannotBeWrittenToIsKept) {
+    makeFolder("/Volumes/Locked");
+    if (::mount("none", "/Volumes/Locked", "tmpfs", 0, "") != 0) {
+        GTEST_SKIP() << "mount: " << std::strerror(errno);
+    }
+    const std::string file = "/Volumes/Locked/.Trashes/501/file";
+    makeFolder("/Volumes/Locked/.Trashes/501", kAnn);
+    write(file, "x", kAnn);
+    ASSERT_EQ(::mount("none", "/Volumes/Locked", "tmpfs", MS_REMOUNT | MS_RDONLY, ""), 0);
+    EXPECT_EQ(fateOf(planOf(kRoot, {"feat"}), file), "k EROFS");
+    EXPECT_EQ(fateOf(planOf(kAnn, {"feat"}), file), "k EROFS") << "it is not the planner's rights that count";
+    runTool(kRoot, {"feat"});
+    EXPECT_TRUE(exists(file));
+    ::umount("/Volumes/Locked");
+}
+
+TEST(StagePlanListTest, TooManyNamesForOneCommandAreKept) {
+    for (int number = 0; number < 13000; ++number) {
+        write("/var/tmp/" + std::string(190, 'n') + std::to_string(number), "");
+    }
+    const std::string first = "/var/tmp/" + std::string(190, 'n') + "0";
+    EXPECT_EQ(fateOf(planOf(kRoot, {"--fold", "100000", "removeTemporary"}), first), "k E2BIG");
+    runTool(kRoot, {"removeTemporary"});
+    EXPECT_TRUE(exists(first));
+}
 
 std::string nameOf(const ::testing::TestParamInfo<std::tuple<Case, uid_t>>& info) {
     std::string name = std::get<0>(info.param).task;
