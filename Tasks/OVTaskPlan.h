@@ -50,13 +50,15 @@ class OVTaskPlan {
         return make(task, arguments, Options());
     }
 
-    std::vector<OVPlanItem> items;       ///< in the order of the programs, folded by folder beyond `foldAbove`
-    std::vector<std::string> commands;   ///< the exact lines and programs with their words, in order
-    std::vector<std::string> unreadable; ///< folders that could not be looked into: what they hold is not counted
-    std::uint64_t itemCount = 0;         ///< before folding: that are removed or moved
-    std::uint64_t takenApart = 0;        ///< names that become something else
-    std::uint64_t entries = 0;           ///< files and folders that go
-    std::uint64_t bytes = 0;             ///< that are free afterwards
+    std::vector<OVPlanItem> items;     ///< in the order of the programs, folded by folder beyond `foldAbove`
+    std::vector<std::string> commands; ///< the exact lines and programs with their words, in order
+    /// Folders that could not be looked into, and files that had to be read and could not: what the task does there is
+    /// not counted.
+    std::vector<std::string> unreadable;
+    std::uint64_t itemCount = 0;  ///< before folding: that are removed or moved
+    std::uint64_t takenApart = 0; ///< names that become something else
+    std::uint64_t entries = 0;    ///< files and folders that go
+    std::uint64_t bytes = 0;      ///< that are free afterwards
     bool isFolded = false;
     bool isComplete = true; ///< false: ended by `progress`
     std::int32_t error = 0; ///< why there is no plan (a bad argument, a program that could not be run)

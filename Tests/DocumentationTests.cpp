@@ -1,6 +1,7 @@
 // What the documents say of the tasks, held against the tool's own table.
 
 #include "Helper Tool/OrvaneTool.h"
+#include "Tasks/OVTaskCatalogue.h"
 
 #include <fstream>
 #include <gtest/gtest.h>
@@ -54,6 +55,23 @@ TEST(DocumentationTest, TheListOfTasksIsTheToolsTable) {
         known.emplace_back(name);
     }
     EXPECT_EQ(listed, known);
+}
+
+TEST(DocumentationTest, TheListOfTasksIsTheCatalogues) {
+    std::vector<Task> described;
+    for (const OVTaskDescription& task : OVTaskCatalogue()) {
+        if (task.isToolTask) {
+            described.push_back({std::string(task.name), std::string(task.argument.empty() ? "-" : task.argument),
+                                 std::string(task.does)});
+        }
+    }
+    const std::vector<Task> listed = listedTasks();
+    ASSERT_EQ(described.size(), listed.size());
+    for (std::size_t index = 0; index < listed.size(); ++index) {
+        EXPECT_EQ(described[index].name, listed[index].name);
+        EXPECT_EQ(described[index].argument, listed[index].argument) << listed[index].name;
+        EXPECT_EQ(described[index].description, listed[index].description) << listed[index].name;
+    }
 }
 
 TEST(DocumentationTest, TheReadmeHasEveryTaskWithItsDescription) {
