@@ -4,6 +4,16 @@ include(CMakePackageConfigHelpers)
 
 install(TARGETS OrvaneTool DESTINATION "${CMAKE_INSTALL_LIBEXECDIR}")
 install(FILES Documentation/OrvaneTool.8 DESTINATION "${CMAKE_INSTALL_MANDIR}/man8")
+if(TARGET orvane)
+  install(TARGETS orvane DESTINATION "${CMAKE_INSTALL_BINDIR}")
+  install(FILES Documentation/orvane.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
+  install(FILES Documentation/orvane-schema.json DESTINATION "${CMAKE_INSTALL_DATADIR}/orvane")
+  install(DIRECTORY Terminal/Resources/ DESTINATION "${CMAKE_INSTALL_DATADIR}/orvane")
+  install(FILES Terminal/Completions/orvane.bash DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"
+    RENAME orvane)
+  install(FILES Terminal/Completions/_orvane DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions")
+  install(FILES Terminal/Completions/orvane.fish DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d")
+endif()
 
 if(APPLE)
   if(NOT ORVANE_COCOA)
