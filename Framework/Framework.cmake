@@ -8,6 +8,7 @@ add_library(orvane_framework OBJECT
   Framework/OVPasteboardServer.mm
   Framework/OVShellCommand.mm
   Framework/OVTaskRunner.mm
+  Framework/OVToolClient.mm
   Framework/ZRBytesValueTransformer.mm
   Framework/ZRSystemVersion.mm)
 target_link_libraries(orvane_framework PUBLIC OrvaneCocoa PRIVATE orvane_product)

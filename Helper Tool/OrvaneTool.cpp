@@ -2,9 +2,11 @@
 
 #include "Support/OVLog.h"
 #include "Support/OVText.h"
+#include "Tasks/OVTaskLines.h"
 
 #include <csignal>
 #include <cstdio>
+#include <iterator>
 #include <memory>
 
 namespace orvane {
@@ -26,14 +28,14 @@ std::int32_t runMaintenance(const Dispatch& task, std::string_view period) {
 
 std::int32_t runAllMaintenance(const Dispatch& task) {
     OrvaneTool& tool = task.tool;
-    return tool.runCommand(stringWithFormat("%@; %@; %@", {tool.maintenanceCommandForPeriod("daily"),
-                                                           tool.maintenanceCommandForPeriod("weekly"),
-                                                           tool.maintenanceCommandForPeriod("monthly")}));
+    return tool.runCommand(stringWithFormat(lines::kAllMaintenance, {tool.maintenanceCommandForPeriod("daily"),
+                                                                     tool.maintenanceCommandForPeriod("weekly"),
+                                                                     tool.maintenanceCommandForPeriod("monthly")}));
 }
 
 std::int32_t repairPreferences(const Dispatch& task) {
-    std::vector<std::string> folders = task.runner.pathsByExpandingGlobs({"/Users/*/Library"});
-    folders.emplace_back("/Library");
+    std::vector<std::string> folders = task.runner.pathsByExpandingGlobs({std::string(lines::kLibraries[0])});
+    folders.emplace_back(lines::kLibraries[1]);
     return task.runner.removeCorruptPreferencesInPaths(folders);
 }
 
@@ -54,7 +56,7 @@ std::int32_t killProcessGroup(const Dispatch& task) {
 }
 
 std::vector<std::string> trashGlobs() {
-    return {"/Volumes/*/.Trash/*", "/Volumes/*/.Trashes/*/*", "/Users/*/.Trash/*"};
+    return {std::begin(lines::kTrash), std::end(lines::kTrash)};
 }
 
 std::int32_t secureEmptyTrash(const Dispatch& task) {
@@ -64,7 +66,7 @@ std::int32_t secureEmptyTrash(const Dispatch& task) {
 /// One task of the vocabulary: a line for the shell or an action.
 struct Row {
     std::string_view name;
-    const char* line = nullptr;
+    std::string_view line = {};
     std::int32_t (*action)(const Dispatch& task) = nullptr;
     TaskInput input = TaskInput::plain;
     bool isPrefix = false; ///< the name is only what the task's name begins with
@@ -81,30 +83,25 @@ constexpr Row kRows[] = {
     {.name = "cronweeklyleo", .action = [](const Dispatch& task) { return runMaintenance(task, "weekly"); }},
     {.name = "cronmonthlyleo", .action = [](const Dispatch& task) { return runMaintenance(task, "monthly"); }},
     {.name = "cronallleo", .action = runAllMaintenance},
-    {.name = "csc",
-     .line =
-         R"(mv /Library/Caches/*pictureCache.tiff /tmp/; mv /Library/Caches/com.apple.ATS /tmp/; rm -fvR /Library/Caches/*; mv /tmp/*pictureCache.tiff /Library/Caches/; mv /tmp/com.apple.ATS /Library/Caches/)"},
+    {.name = "csc", .line = lines::kCleanSystemCaches},
     {.name = "cauc",
-     .action = [](const Dispatch& task) { return task.runner.forceDeleteItemsAtGlobs({"/Users/*/Library/Caches/*"}); },
+     .action =
+         [](const Dispatch& task) {
+             return task.runner.forceDeleteItemsAtGlobs({std::string(lines::kUserCachesOfAll[0])});
+         },
      .input = TaskInput::names},
-    {.name = "vpf",
-     .line = R"(/usr/bin/plutil /Library/Preferences/*.plist; /usr/bin/plutil ~/Library/Preferences/*.plist)"},
+    {.name = "vpf", .line = lines::kVerifyPreferences},
     {.name = "rpf", .action = repairPreferences, .input = TaskInput::names},
     {.name = "repairVolume", .action = [](const Dispatch& task) { return task.runner.repairVolume(task.argument); }},
     {.name = "ejectVolume", .action = [](const Dispatch& task) { return task.runner.ejectVolume(task.argument); }},
-    {.name = "rebuildSpotlightIndex",
-     .line =
-         R"(sleep 5; /usr/bin/mdutil -E /; echo; echo Spotlight index has been deleted.; echo; echo In a few moments, the Spotlight menu item, located at the top right hand corner of your display, will automatically start indexing.)"},
-    {.name = "cleanArchivedLogs",
-     .line = R"(/bin/rm -fvR /var/log/*.gz; /usr/bin/find /Library/Logs -name *.log.* -exec /bin/rm -vfR {} \;)"},
-    {.name = "cleanAllLogs",
-     .line = R"(/usr/bin/find /Library/Logs /Users/*/Library/Logs -name *.log -exec /bin/rm -vfR {} \;)"},
-    {.name = "flushDNS", .line = R"(echo Clearing DNS cache...; killall -HUP mDNSResponder; dscacheutil -flushcache)"},
-    {.name = "whatisDatabase", .line = R"(/usr/libexec/makewhatis -v)"},
-    {.name = "locateDatabase",
-     .line = R"(echo Starting update...; cd /; sudo /usr/libexec/locate.updatedb; echo; echo Ending update...)"},
-    {.name = "removeTemporary", .line = R"(rm -fv -R /var/tmp/*)"},
-    {.name = "cleanFontCaches", .line = R"(echo Clearing font cache...; atsutil databases -remove; sleep 5)"},
+    {.name = "rebuildSpotlightIndex", .line = lines::kRebuildSpotlightIndex},
+    {.name = "cleanArchivedLogs", .line = lines::kCleanArchivedLogs},
+    {.name = "cleanAllLogs", .line = lines::kCleanAllLogs},
+    {.name = "flushDNS", .line = lines::kFlushDNS},
+    {.name = "whatisDatabase", .line = lines::kWhatisDatabase},
+    {.name = "locateDatabase", .line = lines::kLocateDatabase},
+    {.name = "removeTemporary", .line = lines::kRemoveTemporary},
+    {.name = "cleanFontCaches", .line = lines::kCleanFontCaches},
     {.name = "secureEraseFreeSpace", .action = secureEraseFreeSpace, .input = TaskInput::shellText},
     {.name = "killProcess", .action = killProcessGroup, .isPrefix = true},
     {.name = "feat",
@@ -147,15 +144,12 @@ std::vector<std::string_view> OrvaneTool::taskNames() {
 }
 
 std::int32_t OrvaneTool::runCommand(std::string_view line) {
-    const std::string framed = stringWithFormat("/bin/date; %@; /bin/echo; sleep 1; /bin/date;", {line});
+    const std::string framed = stringWithFormat(lines::kFrame, {line});
     return services_.calls.system(framed.c_str());
 }
 
 std::string OrvaneTool::maintenanceCommandForPeriod(std::string_view period) {
-    // The backslash keeps $p from the shell: it is sed's last line.
-    return stringWithFormat(
-        R"(line_count=0; if [ -a /var/log/%@.out ]; then line_count=`wc -l /var/log/%@.out | awk '{ print $1 }'`; fi; line_count=`expr $line_count + 1`; periodic %@; sed -n -e ${line_count},\$p /var/log/%@.out)",
-        {period, period, period, period});
+    return stringWithFormat(lines::kMaintenance, {period, period, period, period});
 }
 
 void OrvaneTool::hasOutputAvailable(std::optional<std::string_view> output) {

@@ -14,6 +14,9 @@ namespace orvane::Globbing {
 /// meaning, each within one path component; tilde and braces are ordinary characters. Slashes that stand
 /// together become one and a trailing one goes before `glob` (with flags 0) sees the text; an empty pattern
 /// is the folder itself. Paths come as the file system spells them, UTF-8 or not.
-std::vector<std::string> arrayWithFilesMatchingPattern(std::string_view pattern, std::string_view inDirectory);
+///
+/// `unreadable`, if there is one, gets the folders on the way that could not be read.
+std::vector<std::string> arrayWithFilesMatchingPattern(std::string_view pattern, std::string_view inDirectory,
+                                                       std::vector<std::string>* unreadable = nullptr);
 
 } // namespace orvane::Globbing

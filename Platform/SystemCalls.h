@@ -28,6 +28,8 @@ class SystemCalls {
 
     virtual int chown(const char* path, uid_t owner, gid_t group) = 0;
     virtual int chmod(const char* path, mode_t mode) = 0;
+    /// `access`, with the real user's rights.
+    virtual int access(const char* path, int mode) = 0;
     /// `stat`, following symbolic links.
     virtual int stat(const char* path, struct stat* status) = 0;
     /// `lstat`: of a symbolic link itself.

@@ -163,6 +163,14 @@ std::string stringWithFormat(std::string_view format, std::initializer_list<std:
     return result.append(format);
 }
 
+std::string shellWord(std::string_view text) {
+    constexpr std::string_view kHarmless = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789/._-+,:@%";
+    if (!text.empty() && text.find_first_not_of(kHarmless) == std::string_view::npos) {
+        return std::string(text);
+    }
+    return "'" + stringByReplacing("'", R"('\'')", text) + "'";
+}
+
 std::string textOrNull(const std::optional<std::string>& text) {
     return text.value_or("(null)");
 }

@@ -51,6 +51,9 @@ std::string stringByReplacing(std::string_view part, std::string_view replacemen
 /// is a placeholder. There are as many as arguments.
 std::string stringWithFormat(std::string_view format, std::initializer_list<std::string_view> arguments);
 
+/// The text as one word of a line for a shell, as it is where that is safe, else between single quotes.
+std::string shellWord(std::string_view text);
+
 /// The text as "%@" shows it: "(null)" for nothing.
 std::string textOrNull(const std::optional<std::string>& text);
 

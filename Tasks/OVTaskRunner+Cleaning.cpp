@@ -1,9 +1,10 @@
 #include "Helpers/NSFileManager+UniqueDestination.h"
 #include "Support/OVFile.h"
-#include "Support/OVFormat.h"
 #include "Support/OVLog.h"
 #include "Support/OVPath.h"
 #include "Support/OVText.h"
+#include "Tasks/OVDesktopArchive.h"
+#include "Tasks/OVTaskLines.h"
 #include "Tasks/OVTaskRunner.h"
 
 #include <cerrno>
@@ -11,43 +12,12 @@
 
 namespace orvane {
 
-// The first is deliberately not spelled as Safari's cache folder is.
-constexpr const char* const kOVBrowserSafari = "com.apple.safari";
-constexpr const char* const kOVBrowserFirefox = "org.mozilla.firefox";
-constexpr const char* const kOVBrowserChrome = "com.google.chrome";
-constexpr const char* const kOVBrowsersAll = "ALL_BROWSERS";
+constexpr const char* const kOVBrowserSafari = lines::kSafari.data();
+constexpr const char* const kOVBrowserFirefox = lines::kFirefox.data();
+constexpr const char* const kOVBrowserChrome = lines::kChrome.data();
+constexpr const char* const kOVBrowsersAll = lines::kAllBrowsers.data();
 
 namespace {
-
-/// Files of a browser, in the user's home folder.
-struct BrowserFiles {
-    std::string_view browser;
-    std::string_view glob;
-};
-
-constexpr BrowserFiles kBrowserCaches[] = {
-    {kOVBrowserSafari, "Library/Caches/com.apple.Safari/*"},
-    {kOVBrowserFirefox, "Library/Caches/Firefox/Profiles/*/*"},
-    {kOVBrowserChrome, "Library/Caches/Google/Chrome/Default/Cache/*"},
-};
-
-constexpr BrowserFiles kBrowserHistories[] = {
-    {kOVBrowserSafari, "Library/Safari/History.plist"},
-    {kOVBrowserFirefox, "Library/*/Firefox/Profiles/*/places.*"},
-    {kOVBrowserChrome, "Library/Application Support/Google/Chrome/Default/*History*"},
-    {kOVBrowserChrome, "Library/Application Support/Google/Chrome/Default/Last *"},
-};
-
-std::vector<std::string> globsOf(std::string_view browser, std::span<const BrowserFiles> files,
-                                 const std::string& home) {
-    std::vector<std::string> globs;
-    for (const BrowserFiles& some : files) {
-        if (browser == some.browser || browser == kOVBrowsersAll) {
-            globs.push_back(stringByAppendingPathComponent(home, some.glob));
-        }
-    }
-    return globs;
-}
 
 struct BackupFolder {
     std::string path;
@@ -69,22 +39,41 @@ BackupFolder makeBackupFolder(const std::string& name, const std::string& archiv
 
 } // namespace
 
+std::vector<std::string> OVTaskRunner::globsInHome(std::span<const std::string_view> patterns) {
+    std::vector<std::string> globs;
+    for (const std::string_view pattern : patterns) {
+        globs.push_back(inHome(pattern.substr(2))); // behind "~/"
+    }
+    return globs;
+}
+
 std::int32_t OVTaskRunner::cleanUserCache() {
-    return forceDeleteItemsAtGlobs({inHome("Library/Caches/*"), inHome("Library/Containers/*/Data/Library/Caches/*")});
+    return forceDeleteItemsAtGlobs(globsInHome(lines::kOwnCaches));
 }
 
 std::int32_t OVTaskRunner::cleanDashboardCache() {
-    const std::int32_t status = forceDeleteItemsAtGlobs({inHome("Library/Caches/com.apple.dashboard.client/*")});
+    const std::int32_t status = forceDeleteItemsAtGlobs(globsInHome(lines::kDashboardCache));
     relaunchDock();
     return status;
 }
 
+std::int32_t OVTaskRunner::removeFilesOfBrowser(std::string_view browser, std::span<const OVTaskRemoval> files) {
+    std::vector<std::string> globs;
+    for (const OVTaskRemoval& some : files) {
+        if (browser == some.onlyFor || browser == kOVBrowsersAll) {
+            const std::vector<std::string> more = globsInHome(some.patterns);
+            globs.insert(globs.end(), more.begin(), more.end());
+        }
+    }
+    return forceDeleteItemsAtGlobs(globs);
+}
+
 std::int32_t OVTaskRunner::cleanBrowserCache(std::string_view browser) {
-    return forceDeleteItemsAtGlobs(globsOf(browser, kBrowserCaches, homeDirectory()));
+    return removeFilesOfBrowser(browser, lines::kBrowserCaches);
 }
 
 std::int32_t OVTaskRunner::cleanBrowserHistory(std::string_view browser) {
-    return forceDeleteItemsAtGlobs(globsOf(browser, kBrowserHistories, homeDirectory()));
+    return removeFilesOfBrowser(browser, lines::kBrowserHistories);
 }
 
 std::int32_t OVTaskRunner::cleanDesktop() {
@@ -94,10 +83,7 @@ std::int32_t OVTaskRunner::cleanDesktop() {
     if (!archive || archive->empty()) {
         return kTaskCancelled;
     }
-    Bundle& bundle = services_.bundle();
-    const std::string date = services_.locale().dateString();
-    const std::string name =
-        stringWithFormat(bundle.localizedString("Desktop from %@"), date).value_or("Desktop from " + date);
+    const std::string name = desktopArchiveName(services_.bundle(), services_.locale());
     const BackupFolder backup =
         makeBackupFolder(name, stringByExpandingTildeInPath(*archive, services_.calls), services_.calls);
     if (backup.error != 0) {
@@ -105,10 +91,7 @@ std::int32_t OVTaskRunner::cleanDesktop() {
                     errorDescription(backup.error).c_str());
         return kTaskFailure;
     }
-    // The second test deliberately compares names with a whole path, which none equals: an archive on the desktop is
-    // told to move into itself, and "mv" complains.
-    return runCommand("/usr/bin/find", {desktop, "!", "-name", ".*", "!", "-name", backup.path, "-mindepth", "1",
-                                        "-maxdepth", "1", "-exec", "mv", "{}", backup.path, ";"});
+    return runCommand("/usr/bin/find", desktopArchiveArguments(desktop, backup.path));
 }
 
 std::int32_t OVTaskRunner::vacuumAppleMailIndex() {

@@ -1,16 +1,17 @@
 #include "Support/OVLog.h"
 #include "Support/OVPath.h"
 #include "Support/OVText.h"
+#include "Tasks/OVTaskLines.h"
 #include "Tasks/OVTaskRunner.h"
 
 namespace orvane {
 
 std::int32_t OVTaskRunner::secureDeleteItemsAtPaths(const std::vector<std::string>& paths) {
-    return runBashCommand("/usr/bin/srm -v -f -r -m --", paths);
+    return runBashCommand(lines::kSecureDelete, paths);
 }
 
 std::int32_t OVTaskRunner::forceDeleteItemsAtPaths(const std::vector<std::string>& paths) {
-    return runBashCommand("rm -rfv", paths);
+    return runBashCommand(lines::kForceDelete, paths);
 }
 
 std::int32_t OVTaskRunner::forceDeleteItemsAtGlobs(const std::vector<std::string>& globs) {
@@ -36,8 +37,7 @@ std::int32_t OVTaskRunner::forceEmptyTrash() {
 }
 
 std::int32_t OVTaskRunner::removeDSStoreFilesInPath(std::string_view path) {
-    return runBashCommand(stringWithFormat(
-        R"(/usr/bin/find "%@" -name .DS_Store -type f -print0 | /usr/bin/xargs -0 /bin/rm -fv)", {path}));
+    return runBashCommand(stringWithFormat(lines::kRemoveDSStoreFiles, {path}));
 }
 
 std::int32_t OVTaskRunner::removeDSStoreFilesInHomeFolder() {
@@ -94,19 +94,16 @@ std::int32_t OVTaskRunner::removeCorruptUserPreferences() {
 }
 
 std::int32_t OVTaskRunner::removeCorruptPreferencesInPaths(const std::vector<std::string>& paths) {
-    std::string line = "/usr/bin/find";
+    std::string folders;
     for (const std::string& path : paths) {
-        line += stringWithFormat(R"( "%@")", {path});
+        folders += stringWithFormat(lines::kQuotedFolder, {path});
     }
-    line +=
-        R"( -path "*/Preferences/*.plist" -print0 | xargs -0 /usr/bin/plutil -lint -s | grep 'plist:' | sed -e 's/plist:.*$/plist/' | xargs rm -fv)";
-    return runBashCommand(line);
+    return runBashCommand(stringWithFormat(lines::kRemoveDamagedPreferences, {folders}));
 }
 
 std::int32_t OVTaskRunner::cleanStaleTemporaryFiles() {
-    return runBashCommand(stringWithFormat(
-        R"(find /var/folders -name '%@' -print -delete 2>&1 | cat - > /dev/null; find /Volumes/* -name '%@' -maxdepth 1 -print -delete 2>&1 | cat - > /dev/null; true)",
-        {kOVSecureEraseFreeSpaceTempFilename, kOVSecureEraseFreeSpaceTempFilename}));
+    return runBashCommand(stringWithFormat(lines::kCleanStaleTemporaryFiles,
+                                           {kOVSecureEraseFreeSpaceTempFilename, kOVSecureEraseFreeSpaceTempFilename}));
 }
 
 } // namespace orvane

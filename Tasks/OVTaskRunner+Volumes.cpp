@@ -1,13 +1,14 @@
 #include "Support/OVLog.h"
 #include "Support/OVPath.h"
 #include "Support/OVText.h"
+#include "Tasks/OVTaskLines.h"
 #include "Tasks/OVTaskRunner.h"
 
 #include <utility>
 
 namespace orvane {
 
-const char* const kOVSecureEraseFreeSpaceTempFilename = "secure-erase.temp";
+constexpr const char* const kOVSecureEraseFreeSpaceTempFilename = lines::kSecureEraseTemp.data();
 
 namespace {
 
@@ -29,9 +30,7 @@ std::int32_t OVTaskRunner::ejectVolume(const std::string& path) {
 
 std::string OVTaskRunner::secureEraseFreeSpaceCommand(std::string_view path) {
     const std::string filler = stringByAppendingPathComponent(path, kOVSecureEraseFreeSpaceTempFilename);
-    return stringWithFormat(
-        R"((trap '/bin/rm -fv "%@"' INT TERM EXIT; /bin/dd if=/dev/zero of="%@" bs=1k; /usr/bin/srm -vfmr -- "%@"))",
-        {filler, filler, filler});
+    return stringWithFormat(lines::kSecureEraseFreeSpace, {filler, filler, filler});
 }
 
 std::int32_t OVTaskRunner::secureEraseFreeSpace(std::string_view path) {

@@ -7,6 +7,7 @@
 #include "Support/OVLog.h"
 #include "Support/OVPath.h"
 #include "Support/OVText.h"
+#include "Tasks/OVTaskLines.h"
 
 #include <cerrno>
 #include <utility>
@@ -78,8 +79,7 @@ std::int32_t OVTaskRunner::runBashCommand(std::string_view command, const std::v
         OVLogMethod(kMethod, "Error writing paths to file: %s", errorDescription(error).c_str());
         return kTaskFailure;
     }
-    const std::int32_t status =
-        runBashCommand(stringWithFormat("cat %@ | xargs -I __FILE__ %@ '__FILE__'", {listFile, command}));
+    const std::int32_t status = runBashCommand(stringWithFormat(lines::kOnEachPath, {listFile, command}));
     if (services_.calls.unlink(listFile.c_str()) != 0) {
         OVLogMethod(kMethod, "Error removing temporary paths file: %s", errorDescription(errno).c_str());
         return kTaskFailure;

@@ -15,6 +15,7 @@
 #include "Platform/Volumes.h"
 #include "Platform/Workspace.h"
 #include "Tasks/OVShellCommand.h"
+#include "Tasks/OVTaskCatalogue.h"
 #include "Tasks/OVTaskDelegate.h"
 #include "Tasks/OVVolumeDictionary.h"
 
@@ -22,6 +23,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -345,6 +347,9 @@ class OVTaskRunner : public OVShellCommandDelegate {
     void tellOwner(std::optional<std::string_view> text) const;
     /// A path in the `homeDirectory`.
     std::string inHome(std::string_view path);
+    /// The patterns, which begin with "~/", for `pathsByExpandingGlobs`.
+    std::vector<std::string> globsInHome(std::span<const std::string_view> patterns);
+    std::int32_t removeFilesOfBrowser(std::string_view browser, std::span<const OVTaskRemoval> files);
 
     OVTaskRunnerServices services_;
     mutable std::mutex properties_;

@@ -1,34 +1,70 @@
+#include "Helpers/NSFileManager+SUIDRoot.h"
 #include "Tests/TaskRunnerTestSupport.h"
 
 #include <cstdio>
+#include <sys/wait.h>
 
 namespace orvane {
 namespace {
 
-const std::string kSource = ORVANE_SOURCE_DIR "/Tests/Examples/EmbeddingExample.cpp";
+const std::string kExamples = ORVANE_SOURCE_DIR "/Tests/Examples/";
 const std::string kPage = ORVANE_SOURCE_DIR "/Documentation/Embedding.md";
 
-TEST(EmbeddingExample, IsTheOneOnThePage) {
-    const std::string page = test::contentsOf(kPage);
-    const std::string example = test::contentsOf(kSource);
-    ASSERT_FALSE(example.empty());
-    EXPECT_NE(page.find("```cpp\n" + example + "```\n"), std::string::npos);
-}
-
-TEST(EmbeddingExample, PrintsWhatThePageSays) {
-    FILE* const pipe = ::popen("LC_ALL=C \"" ORVANE_EMBEDDING_EXAMPLE "\"", "r");
-    ASSERT_NE(pipe, nullptr);
+/// What the program prints, and its status.
+std::pair<std::string, int> outcome(const std::string& line) {
+    FILE* const pipe = ::popen(line.c_str(), "r");
+    if (pipe == nullptr) {
+        ADD_FAILURE() << line;
+        return {};
+    }
     std::string output;
     std::array<char, 256> buffer = {};
     std::size_t count = 0;
     while ((count = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0) {
         output.append(buffer.data(), count);
     }
-    EXPECT_EQ(::pclose(pipe), 0);
+    return {output, WEXITSTATUS(::pclose(pipe))};
+}
+
+TEST(EmbeddingExample, AreThoseOnThePage) {
+    const std::string page = test::contentsOf(kPage);
+    for (const auto& [name, language] :
+         {std::pair("EmbeddingExample.cpp", "cpp"), {"ClientExample.cpp", "cpp"}, {"ClientExample.m", "objc"}}) {
+        const std::string example = test::contentsOf(kExamples + name);
+        ASSERT_FALSE(example.empty());
+        EXPECT_NE(page.find(std::string("```") + language + "\n" + example + "```\n"), std::string::npos) << name;
+    }
+}
+
+TEST(EmbeddingExample, PrintsWhatThePageSays) {
+    const auto [output, status] = outcome("LC_ALL=C \"" ORVANE_EMBEDDING_EXAMPLE "\"");
+    EXPECT_EQ(status, 0);
     EXPECT_TRUE(output.starts_with("Hello from a task\nstatus 0\n")) << output;
     EXPECT_NE(output.find("/no such folder"), std::string::npos) << output;
     EXPECT_TRUE(output.ends_with("status 1\nstatus 2\nstatus 2\n")) << output;
     EXPECT_EQ(output.find("never"), std::string::npos) << output;
+}
+
+TEST(ClientExample, SaysWhatKeepsItFromRunningATask) {
+    const test::Folder folder;
+    const std::string program = "\"" ORVANE_CLIENT_EXAMPLE "\" ";
+    const auto missing = outcome(program + folder.at("tool") + " flushDNS");
+    EXPECT_EQ(missing.first, "There is no tool at " + folder.at("tool") + ".\n");
+    EXPECT_EQ(missing.second, 77);
+    const auto ordinary = outcome(program + folder.makeFile("tool") + " flushDNS");
+    EXPECT_EQ(ordinary.first, "The tool may not work as root yet: sudo " + folder.at("tool") + " repairPriviliges\n");
+    EXPECT_EQ(ordinary.second, 77);
+}
+
+TEST(ClientExample, RunsATask) {
+    const test::Folder folder;
+    const std::string tool = folder.makeFile("tool", "#!/bin/sh\necho \"the task $1\"; exit 3\n");
+    if (::chmod(tool.c_str(), 04755) != 0 || ::geteuid() != 0 || SUIDRoot::isIgnoringSetUIDAtPath(tool.c_str())) {
+        GTEST_SKIP() << "no file of root's can be made here that counts as set up";
+    }
+    const auto run = outcome("\"" ORVANE_CLIENT_EXAMPLE "\" " + tool + " flushDNS");
+    EXPECT_EQ(run.first, "the task flushDNS\nstatus 3\n");
+    EXPECT_EQ(run.second, 3);
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 // Programs really run as root here, so most tests need to be root.
 
-#include "Backends/Linux/LinuxAuthorizationServices.h"
+#include "Backends/Posix/PosixAuthorizationServices.h"
 
 #include "Privileges/OVAuthorization.h"
 #include "Tests/TaskRunnerTestSupport.h"

@@ -4,6 +4,16 @@ include(CMakePackageConfigHelpers)
 
 install(TARGETS OrvaneTool DESTINATION "${CMAKE_INSTALL_LIBEXECDIR}")
 install(FILES Documentation/OrvaneTool.8 DESTINATION "${CMAKE_INSTALL_MANDIR}/man8")
+if(TARGET orvane)
+  install(TARGETS orvane DESTINATION "${CMAKE_INSTALL_BINDIR}")
+  install(FILES Documentation/orvane.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
+  install(FILES Documentation/orvane-schema.json DESTINATION "${CMAKE_INSTALL_DATADIR}/orvane")
+  install(DIRECTORY Terminal/Resources/ DESTINATION "${CMAKE_INSTALL_DATADIR}/orvane")
+  install(FILES Terminal/Completions/orvane.bash DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"
+    RENAME orvane)
+  install(FILES Terminal/Completions/_orvane DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions")
+  install(FILES Terminal/Completions/orvane.fish DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d")
+endif()
 
 # What an application for macOS that carries the tool is made with; see Documentation/Shipping.md.
 set(orvane_oldest_macos "${CMAKE_OSX_DEPLOYMENT_TARGET}")
@@ -24,7 +34,7 @@ else()
   # The headers include each other by folder, so the folders stand in one of their own.
   set(orvane_headers "${CMAKE_INSTALL_INCLUDEDIR}/orvane")
   set(orvane_resources "${CMAKE_INSTALL_DATADIR}/orvane")
-  foreach(folder Helpers Pasteboard Platform Privileges Support Tasks)
+  foreach(folder Helpers Host Pasteboard Platform Privileges Support Tasks)
     file(GLOB headers CONFIGURE_DEPENDS "${folder}/*.h")
     install(FILES ${headers} DESTINATION "${orvane_headers}/${folder}")
   endforeach()

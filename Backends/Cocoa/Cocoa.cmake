@@ -54,6 +54,7 @@ if(APPLE)
 else()
   target_sources(OrvaneCocoa PRIVATE
     Backends/Posix/Osascript.cpp
+    Backends/Posix/PosixAuthorizationServices.cpp
     Backends/Posix/PosixGestalt.cpp
     Backends/Posix/PropertyListStrings.cpp)
 endif()

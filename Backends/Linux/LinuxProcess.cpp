@@ -1,10 +1,7 @@
+#include "Backends/Linux/ProcessStatus.h"
 #include "Backends/Posix/PosixDescriptors.h"
 #include "Platform/Process.h"
 
-#include <array>
-#include <charconv>
-#include <fcntl.h>
-#include <string_view>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -18,40 +15,21 @@ std::int64_t nanoseconds(const timespec& time) {
     return std::int64_t{time.tv_sec} * kSecond + time.tv_nsec;
 }
 
-/// The start of the process since the machine's, in clock ticks, rounded down: the twenty-second field of its record.
-std::optional<std::int64_t> startTicks() {
-    std::array<char, 1024> record = {};
-    const int file = ::open("/proc/self/stat", O_RDONLY | O_CLOEXEC);
-    const ssize_t size = file == -1 ? -1 : ::read(file, record.data(), record.size());
-    ::close(file);
-    std::string_view text(record.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
-    // The second field is a name that may hold anything but ends with the last parenthesis.
-    std::size_t place = text.rfind(')');
-    for (int field = 3; field <= 22 && place != std::string_view::npos; ++field) {
-        place = text.find(' ', place + 1);
-    }
-    std::int64_t ticks = 0;
-    if (place == std::string_view::npos ||
-        std::from_chars(text.data() + place + 1, text.data() + text.size(), ticks).ec != std::errc()) {
-        return std::nullopt;
-    }
-    return ticks;
-}
-
 class LinuxProcess final : public Process {
   public:
     std::uint64_t threadID() override { return static_cast<std::uint64_t>(::syscall(SYS_gettid)); }
 
     std::optional<timespec> startTime() override {
-        const std::optional<std::int64_t> ticks = startTicks();
+        const std::optional<ProcessRecord> record = readProcessStatus("/proc/self/stat");
         // The clocks in this order: whatever comes between makes the answer earlier.
         timespec now = {};
         timespec sinceBoot = {};
-        if (!ticks || ::clock_gettime(CLOCK_REALTIME, &now) != 0 || ::clock_gettime(CLOCK_BOOTTIME, &sinceBoot) != 0) {
+        if (!record || ::clock_gettime(CLOCK_REALTIME, &now) != 0 || ::clock_gettime(CLOCK_BOOTTIME, &sinceBoot) != 0) {
             return std::nullopt;
         }
         const std::int64_t tick = kSecond / ::sysconf(_SC_CLK_TCK);
-        const std::int64_t start = nanoseconds(now) - nanoseconds(sinceBoot) + *ticks * tick;
+        const std::int64_t start =
+            nanoseconds(now) - nanoseconds(sinceBoot) + static_cast<std::int64_t>(record->started) * tick;
         return timespec{static_cast<time_t>(start / kSecond), static_cast<long>(start % kSecond)};
     }
 

@@ -24,6 +24,7 @@ class PosixSystemCalls : public SystemCalls {
 
     int chown(const char* path, uid_t owner, gid_t group) override { return ::chown(path, owner, group); }
     int chmod(const char* path, mode_t mode) override { return ::chmod(path, mode); }
+    int access(const char* path, int mode) override { return ::access(path, mode); }
     int stat(const char* path, struct stat* status) override { return ::stat(path, status); }
     int lstat(const char* path, struct stat* status) override { return ::lstat(path, status); }
     int fchown(int descriptor, uid_t owner, gid_t group) override { return ::fchown(descriptor, owner, group); }

@@ -7,5 +7,6 @@
 #import <Orvane/OVShellCommand.h>
 #import <Orvane/OVTaskDelegate.h>
 #import <Orvane/OVTaskRunner.h>
+#import <Orvane/OVToolClient.h>
 #import <Orvane/ZRBytesValueTransformer.h>
 #import <Orvane/ZRSystemVersion.h>

@@ -61,6 +61,9 @@ class FakeSystemCalls final : public PosixSystemCalls {
                                    std::to_string(static_cast<int>(groupID)));
     }
     int chmod(const char* path, mode_t mode) override { return record("chmod", std::string(path) + "," + octal(mode)); }
+    int access(const char* path, int mode) override {
+        return record("access", std::string(path) + "," + std::to_string(mode));
+    }
     int stat(const char* path, struct stat* status) override {
         *status = fileStatus;
         return record("stat", path);

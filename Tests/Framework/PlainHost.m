@@ -118,6 +118,10 @@ int main(void) {
         OVAuthorization* const authorization = [[[OVAuthorization alloc] initWithToolPath:nil] autorelease];
         authorization.toolPath = @"/bin/true";
         check([authorization.toolPath isEqualToString:@"/bin/true"], "the tool path is a property");
+        OVToolClient* const client = [[[OVToolClient alloc] initWithPath:@"/no/tool"] autorelease];
+        check([client state] == OVToolStateMissing && [[client runTask:@"flushDNS" argument:nil
+                                                              delegate:nil] status] == -1,
+              "a tool that is missing");
         check([OVPasteboardServer instancesRespondToSelector:@selector(pollPasteboard:)], "the clipboard history");
         NSArray OV_OF(NSString*)* const found = [[NSFileManager defaultManager] arrayWithFilesMatchingPattern:@"s?"
                                                                                                   inDirectory:@"/bin"];

@@ -1,4 +1,4 @@
-#include "Backends/Linux/LinuxAuthorizationServices.h"
+#include "Backends/Posix/PosixAuthorizationServices.h"
 
 #include "Platform/ChildProcess.h"
 
@@ -40,7 +40,7 @@ bool hasFailed(SystemCalls& calls, int descriptor) {
 }
 
 /// A process is root, and then may do everything, or there is no way for it to become root.
-class LinuxAuthorizationServices final : public AuthorizationServices {
+class PosixAuthorizationServices final : public AuthorizationServices {
   public:
     std::int32_t create(std::uint32_t /*flags*/, AuthorizationReference* reference) override {
         if (reference == nullptr) {
@@ -104,7 +104,7 @@ std::int32_t startProgram(const char* path, char* const* arguments, SystemCalls&
 }
 
 AuthorizationServices& AuthorizationServices::platform() {
-    static constinit LinuxAuthorizationServices services;
+    static constinit PosixAuthorizationServices services;
     return services;
 }
 

@@ -1,0 +1,131 @@
+#include "Terminal/History.h"
+
+#include "Platform/UserFolders.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <fstream>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace orvane::terminal {
+
+namespace {
+
+bool makeFolders(const std::string& path) {
+    for (std::size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
+        ::mkdir(path.substr(0, slash).c_str(), 0755);
+    }
+    return ::mkdir(path.c_str(), 0700) == 0 || errno == EEXIST;
+}
+
+/// The file, open to be added to and held by a lock that nobody else has; -1 with `errno` set.
+int openLocked(const std::string& path) {
+    while (true) {
+        const int descriptor = ::open(path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+        struct stat held = {};
+        struct stat named = {};
+        if (descriptor < 0) {
+            return -1;
+        }
+        if (::flock(descriptor, LOCK_EX) != 0 && errno == EINTR) {
+            ::close(descriptor);
+            continue;
+        }
+        // Another run may have put it away meanwhile.
+        if (::fstat(descriptor, &held) == 0 && ::stat(path.c_str(), &named) == 0 && held.st_ino == named.st_ino) {
+            return descriptor;
+        }
+        ::close(descriptor);
+    }
+}
+
+/// A full disk may have cut the last record.
+bool endsWithinALine(int descriptor) {
+    const off_t end = ::lseek(descriptor, 0, SEEK_END);
+    char last = '\n';
+    return end > 0 && ::pread(descriptor, &last, 1, end - 1) == 1 && last != '\n';
+}
+
+/// A record of this version, whole enough to be used.
+bool isRecord(const Json& value) {
+    const auto has = [&value](const char* key, bool (Json::*is)() const noexcept) {
+        const auto found = value.find(key);
+        return found != value.end() && ((*found).*is)();
+    };
+    if (!value.is_object() || !has("event", &Json::is_string) || !has("run", &Json::is_string) ||
+        !has("time", &Json::is_number_integer)) {
+        return false;
+    }
+    return value["event"] == "start"
+               ? has("tasks", &Json::is_array) && has("pid", &Json::is_number_integer)
+               : value["event"] == "end" && has("outcome", &Json::is_string) && has("exitStatus", &Json::is_number) &&
+                     has("freedBytes", &Json::is_number) && has("items", &Json::is_array);
+}
+
+void readFile(const std::string& path, std::vector<History::Run>& runs, std::uint64_t& damaged) {
+    std::ifstream in(path, std::ios::binary);
+    for (std::string line; std::getline(in, line);) {
+        Json record = Json::parse(line, nullptr, false);
+        if (!isRecord(record)) {
+            ++damaged;
+        } else if (record["event"] == "start") {
+            runs.push_back({std::move(record), Json()});
+        } else {
+            const auto started = std::find_if(runs.rbegin(), runs.rend(), [&record](const History::Run& run) {
+                return run.start["run"] == record["run"];
+            });
+            if (started != runs.rend()) {
+                started->end = std::move(record);
+            }
+        }
+    }
+}
+
+} // namespace
+
+History History::ofUser() {
+    return History(UserFolders::platform().recordFolder("Orvane"));
+}
+
+int History::add(const Json& record) const {
+    if (!folder_) {
+        return ENOENT;
+    }
+    if (!makeFolders(*folder_)) {
+        return errno;
+    }
+    int descriptor = openLocked(path());
+    const std::string line = lineOf(record) + "\n";
+    struct stat status = {};
+    if (descriptor >= 0 && ::fstat(descriptor, &status) == 0 && status.st_size > 0 &&
+        static_cast<std::uint64_t>(status.st_size) + line.size() > mostBytes_) {
+        std::rename(path().c_str(), olderPath().c_str());
+        ::close(descriptor);
+        descriptor = openLocked(path());
+    }
+    if (descriptor < 0) {
+        return errno;
+    }
+    const std::string whole = endsWithinALine(descriptor) ? "\n" + line : line;
+    const ssize_t written = ::write(descriptor, whole.data(), whole.size());
+    const int error = written == static_cast<ssize_t>(whole.size()) ? 0 : written < 0 ? errno : ENOSPC;
+    ::close(descriptor);
+    return error;
+}
+
+History::Content History::read(std::size_t most) const {
+    Content content;
+    if (folder_) {
+        readFile(olderPath(), content.runs, content.damaged);
+        readFile(path(), content.runs, content.damaged);
+        std::reverse(content.runs.begin(), content.runs.end());
+        content.runs.resize(std::min(content.runs.size(), most));
+    }
+    return content;
+}
+
+} // namespace orvane::terminal
