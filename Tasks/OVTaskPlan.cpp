@@ -694,9 +694,10 @@ void Planner::splitOne(const Named& named, const std::vector<OVTreeWalk::Stuck>&
         const bool isOpened = named.fate != Fate::moved &&
                               (error != 0 || (inner != stuck.end() && inner->path.starts_with(piece.path + "/")));
         if (isOpened && isFolder(piece.path)) {
-            const Paths names = namesIn(piece.path);
-            for (auto name = names.rbegin(); name != names.rend(); ++name) {
-                left.push_back(piece.path + "/" + *name);
+            Paths names = namesIn(piece.path);
+            std::reverse(names.begin(), names.end());
+            for (const std::string& name : names) {
+                left.push_back(piece.path + "/" + name);
             }
         }
         if (error != 0 || isOpened) {

@@ -513,6 +513,30 @@ TEST(StagePlanListTest, TooManyNamesForOneCommandAreKept) {
     EXPECT_TRUE(exists(first));
 }
 
+TEST(StagePlanListTest, WhatHasTheKeptNamesInTmpAlready) {
+    for (const char* name : {"/Library/Caches/a_pictureCache.tiff", "/Library/Caches/b_pictureCache.tiff",
+                             "/tmp/b_pictureCache.tiff", "/tmp/c_pictureCache.tiff"}) {
+        write(name, name);
+    }
+    makeFolder("/tmp/a_pictureCache.tiff");
+    makeFolder("/tmp/com.apple.ATS/full");
+    makeFolder("/Library/Caches/com.apple.ATS");
+    const Plan plan = planOf(kRoot, {"csc"});
+    EXPECT_EQ(fateOf(plan, "/Library/Caches/a_pictureCache.tiff"), "r");
+    EXPECT_EQ(fateOf(plan, "/tmp/a_pictureCache.tiff"), "m");
+    EXPECT_EQ(fateOf(plan, "/Library/Caches/b_pictureCache.tiff"), "k");
+    EXPECT_EQ(fateOf(plan, "/tmp/b_pictureCache.tiff"), "r");
+    EXPECT_EQ(fateOf(plan, "/tmp/c_pictureCache.tiff"), "m");
+    EXPECT_EQ(fateOf(plan, "/Library/Caches/com.apple.ATS"), "r");
+    EXPECT_EQ(fateOf(plan, "/tmp/com.apple.ATS"), "m");
+    runTool(kRoot, {"csc"});
+    EXPECT_TRUE(S_ISDIR(status("/Library/Caches/a_pictureCache.tiff").st_mode));
+    EXPECT_EQ(read("/Library/Caches/b_pictureCache.tiff"), "/Library/Caches/b_pictureCache.tiff");
+    EXPECT_EQ(read("/Library/Caches/c_pictureCache.tiff"), "/tmp/c_pictureCache.tiff");
+    EXPECT_TRUE(exists("/Library/Caches/com.apple.ATS/full"));
+    EXPECT_EQ(glob("/tmp/*pictureCache.tiff"), Strings());
+}
+
 TEST(StagePlanListTest, FoldersOfTheNameGoWhenNothingElseIsInThem) {
     const std::string name = "/secure-erase.temp";
     makeFolder("/var/folders/nested" + name + name);
