@@ -14,7 +14,8 @@ namespace orvane {
 /// what would not go. Nothing is changed.
 ///
 /// Folders are shared out among threads where there is more than one processor. However deep a tree is, few descriptors
-/// are open. What comes or goes meanwhile is there or not.
+/// are open. What comes or goes meanwhile is there or not. Needs OS X 10.10 (`openat`, `fstatat`), hence nothing for
+/// the tool.
 class OVTreeWalk {
   public:
     /// A path to begin with, and what there is at it.

@@ -571,7 +571,6 @@ void Planner::takeMoved(const OVTaskRemoval& removal) {
 /// there anyway comes along.
 void Planner::takeAside(const OVTaskRemoval& removal) {
     const std::string other(removal.predicate);
-    std::unordered_set<std::string> overwritten;
     for (const std::string_view pattern : removal.patterns) {
         for (const std::string& path : expand(pattern)) {
             const std::string place = other + "/" + lastPathComponent(path);
@@ -580,8 +579,7 @@ void Planner::takeAside(const OVTaskRemoval& removal) {
                 if (isFolder(path) != isOverFolder || (isOverFolder && !namesIn(place).empty())) {
                     continue;
                 }
-                overwritten.insert(place);
-                named_.push_back({.path = place});
+                named_.push_back({.path = place}); // and not moved back: what is named twice counts as it was first
             }
             aside_.insert(path);
             named_.push_back({.path = path, .fate = Fate::kept});
@@ -589,10 +587,8 @@ void Planner::takeAside(const OVTaskRemoval& removal) {
     }
     for (const std::string_view pattern : removal.patterns) {
         for (const std::string& path : expand(other + "/" + lastPathComponent(pattern))) {
-            if (!overwritten.contains(path)) {
-                const std::string becomes = folderOf(pattern) + "/" + lastPathComponent(path);
-                named_.push_back({.path = path, .fate = Fate::moved, .becomes = becomes});
-            }
+            const std::string becomes = folderOf(pattern) + "/" + lastPathComponent(path);
+            named_.push_back({.path = path, .fate = Fate::moved, .becomes = becomes});
         }
     }
 }
@@ -698,9 +694,10 @@ void Planner::splitOne(const Named& named, const std::vector<OVTreeWalk::Stuck>&
         const bool isOpened = named.fate != Fate::moved &&
                               (error != 0 || (inner != stuck.end() && inner->path.starts_with(piece.path + "/")));
         if (isOpened && isFolder(piece.path)) {
-            const Paths names = namesIn(piece.path);
-            for (auto name = names.rbegin(); name != names.rend(); ++name) {
-                left.push_back(piece.path + "/" + *name);
+            Paths names = namesIn(piece.path);
+            std::reverse(names.begin(), names.end());
+            for (const std::string& name : names) {
+                left.push_back(piece.path + "/" + name);
             }
         }
         if (error != 0 || isOpened) {

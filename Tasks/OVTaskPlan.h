@@ -24,10 +24,10 @@ struct OVPlanItem {
     std::string path;
     Kind kind = Kind::file;
     Fate fate = Fate::removed;
-    std::uint64_t bytes = 0;   ///< on disk, that are free afterwards
+    std::uint64_t bytes = 0;   ///< on disk, that are free afterwards: 0 of what moves
     std::uint64_t entries = 1; ///< files and folders, itself included
     std::int64_t modified = 0; ///< the last change, in seconds since 1970
-    std::string becomes;       ///
+    std::string becomes;       ///< of what is taken apart a line for each piece
     std::int32_t reason = 0;   ///< error number for what is kept; 0 when it is not there for a reason of its own
 };
 
@@ -36,7 +36,8 @@ class OVTaskPlan {
   public:
     struct Options {
         std::size_t foldAbove = 10000; ///< with more items, those of one folder become one
-        /// Told now and then how many entries were seen; false ends the plan, which is then incomplete.
+        /// Told now and then, and at the end of each walk, how many entries were seen; false ends the plan, which is
+        /// then incomplete.
         std::function<bool(std::uint64_t entries)> progress;
         /// Gets every item, before anything is folded together.
         std::function<void(const OVPlanItem& item)> eachItem;

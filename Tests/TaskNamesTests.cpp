@@ -2,6 +2,8 @@
 
 #include "Tasks/OVTaskNames.h"
 
+#include "Tests/TaskRunnerTestSupport.h"
+
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <random>
@@ -67,6 +69,24 @@ TEST(TaskNamesTest, ABackslashAtTheEndJoinsTheNextName) {
     const OVArrivals result = arrivals({"/a\\", "/b", "/c", "/d"});
     EXPECT_EQ(result.kinds, (std::vector<Kind>{Kind::takenApart, Kind::takenApart, Kind::whole, Kind::whole}));
     EXPECT_EQ(result.strangers, (Strings{"/a\n/b"}));
+}
+
+/// Other systems take apart what this one's leaves alone.
+TEST(TaskNamesTest, AsksAboutEveryNameThatSomeSystemTakesApart) {
+    const test::Folder folder;
+    const std::string program = folder.makeFile("xargs", "#!/bin/sh\ncat > '" + folder.at("asked") + "'\n");
+    ASSERT_EQ(::chmod(program.c_str(), 0755), 0);
+    for (const std::string& odd :
+         {std::string("/two  blanks"), std::string("/trailing "), std::string(" /leading"), std::string("/a\tb"),
+          std::string("/it's"), std::string("/a\"b"), std::string("/a\\b"), std::string("/a\nb"),
+          "/" + std::string(254, 'l'), std::string("/a\x7F"), std::string("/a\fb")}) {
+        OVArrivals::ofNames({"/plain", odd, "/1", "/2", "/3"}, "PATH='" + folder.path + "':$PATH; ", folder.path);
+        EXPECT_EQ(test::contentsOf(folder.at("asked")), odd + "\n/1\n/2");
+        ::unlink(folder.at("asked").c_str());
+    }
+    OVArrivals::ofNames({"/plain", "/one blank", std::string("/") + std::string(190, 'l')},
+                        "PATH='" + folder.path + "':$PATH; ", folder.path);
+    EXPECT_FALSE(test::exists(folder.at("asked")));
 }
 
 TEST(TaskNamesTest, RandomListsArriveAsWholeListsDo) {

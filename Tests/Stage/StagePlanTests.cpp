@@ -465,19 +465,26 @@ std::string fateOf(const Plan& plan, const std::string& path) {
 }
 
 TEST(StagePlanVolumeTest, AFolderThatSomethingIsMountedOnIsEmptiedAndStays) {
-    const std::string mounted = "/Users/ann/.Trash/mounted";
-    makeFolder(mounted, kAnn);
-    if (::mount("none", mounted.c_str(), "tmpfs", 0, "") != 0) {
-        GTEST_SKIP() << "mount: " << std::strerror(errno);
+    const Strings places = {"/Users/ann/.Trash/mounted", "/Users/ann/.Trash/deep/mounted"};
+    for (const std::string& mounted : places) {
+        makeFolder(mounted, kAnn);
+        if (::mount("none", mounted.c_str(), "tmpfs", 0, "") != 0) {
+            GTEST_SKIP() << "mount: " << std::strerror(errno);
+        }
+        write(mounted + "/file", "x", kAnn);
     }
-    write(mounted + "/file", "x", kAnn);
     const Plan plan = planOf(kRoot, {"feat"});
-    EXPECT_EQ(fateOf(plan, mounted), "k EBUSY");
-    EXPECT_EQ(fateOf(plan, mounted + "/file"), "r");
+    EXPECT_EQ(fateOf(plan, "/Users/ann/.Trash/deep"), "k ENOTEMPTY");
+    for (const std::string& mounted : places) {
+        EXPECT_EQ(fateOf(plan, mounted), "k EBUSY");
+        EXPECT_EQ(fateOf(plan, mounted + "/file"), "r");
+    }
     runTool(kRoot, {"feat"});
-    EXPECT_TRUE(exists(mounted));
-    EXPECT_FALSE(exists(mounted + "/file"));
-    ::umount(mounted.c_str());
+    for (const std::string& mounted : places) {
+        EXPECT_TRUE(exists(mounted));
+        EXPECT_FALSE(exists(mounted + "/file"));
+        ::umount(mounted.c_str());
+    }
 }
 
 TEST(StagePlanVolumeTest, TheTrashOfAVolumeThatCannotBeWrittenToIsKept) {
@@ -504,6 +511,53 @@ TEST(StagePlanListTest, TooManyNamesForOneCommandAreKept) {
     EXPECT_EQ(fateOf(planOf(kRoot, {"--fold", "100000", "removeTemporary"}), first), "k E2BIG");
     runTool(kRoot, {"removeTemporary"});
     EXPECT_TRUE(exists(first));
+}
+
+TEST(StagePlanListTest, WhatHasTheKeptNamesInTmpAlready) {
+    for (const char* name : {"/Library/Caches/a_pictureCache.tiff", "/Library/Caches/b_pictureCache.tiff",
+                             "/tmp/b_pictureCache.tiff", "/tmp/c_pictureCache.tiff"}) {
+        write(name, name);
+    }
+    makeFolder("/tmp/a_pictureCache.tiff");
+    makeFolder("/tmp/com.apple.ATS/full");
+    makeFolder("/Library/Caches/com.apple.ATS");
+    const Plan plan = planOf(kRoot, {"csc"});
+    EXPECT_EQ(fateOf(plan, "/Library/Caches/a_pictureCache.tiff"), "r");
+    EXPECT_EQ(fateOf(plan, "/tmp/a_pictureCache.tiff"), "m");
+    EXPECT_EQ(fateOf(plan, "/Library/Caches/b_pictureCache.tiff"), "k");
+    EXPECT_EQ(fateOf(plan, "/tmp/b_pictureCache.tiff"), "r");
+    EXPECT_EQ(fateOf(plan, "/tmp/c_pictureCache.tiff"), "m");
+    EXPECT_EQ(fateOf(plan, "/Library/Caches/com.apple.ATS"), "r");
+    EXPECT_EQ(fateOf(plan, "/tmp/com.apple.ATS"), "m");
+    runTool(kRoot, {"csc"});
+    EXPECT_TRUE(S_ISDIR(status("/Library/Caches/a_pictureCache.tiff").st_mode));
+    EXPECT_EQ(read("/Library/Caches/b_pictureCache.tiff"), "/Library/Caches/b_pictureCache.tiff");
+    EXPECT_EQ(read("/Library/Caches/c_pictureCache.tiff"), "/tmp/c_pictureCache.tiff");
+    EXPECT_TRUE(exists("/Library/Caches/com.apple.ATS/full"));
+    EXPECT_EQ(glob("/tmp/*pictureCache.tiff"), Strings());
+}
+
+TEST(StagePlanListTest, FoldersOfTheNameGoWhenNothingElseIsInThem) {
+    const std::string name = "/secure-erase.temp";
+    makeFolder("/var/folders/nested" + name + name);
+    makeFolder("/var/folders/with more" + name);
+    write("/var/folders/with more" + name + name, "x");
+    write("/var/folders/with more" + name + "/z", "x");
+    makeFolder("/Volumes/Plain" + name + name); // the inner one is too deep
+    const Plan plan = planOf(kRoot, {"cleanStaleTemporaryFiles"});
+    EXPECT_EQ(fateOf(plan, "/var/folders/nested" + name), "r");
+    EXPECT_EQ(fateOf(plan, "/var/folders/with more" + name), "k ENOTEMPTY");
+    EXPECT_EQ(fateOf(plan, "/var/folders/with more" + name + name), "r");
+    EXPECT_EQ(fateOf(plan, "/Volumes/Plain" + name), "k ENOTEMPTY");
+    Start start;
+    start.user = kRoot;
+    start.path = kExample;
+    start.words = {"cleanStaleTemporaryFiles"};
+    EXPECT_EQ(run(start).exitCode(), 0);
+    EXPECT_FALSE(exists("/var/folders/nested" + name));
+    EXPECT_TRUE(exists("/var/folders/with more" + name));
+    EXPECT_FALSE(exists("/var/folders/with more" + name + name));
+    EXPECT_TRUE(exists("/Volumes/Plain" + name + name));
 }
 
 std::string nameOf(const ::testing::TestParamInfo<std::tuple<Case, uid_t>>& info) {
