@@ -15,8 +15,9 @@ namespace orvane::Globbing {
 /// together become one and a trailing one goes before `glob` (with flags 0) sees the text; an empty pattern
 /// is the folder itself. Paths come as the file system spells them, UTF-8 or not.
 ///
-/// `unreadable`, if there is one, gets the folders on the way that could not be read.
+/// `failed`, if there is one, is told of each folder on the way that could not be read (`errfunc` of `glob`); with 0 it
+/// lets the search go on.
 std::vector<std::string> arrayWithFilesMatchingPattern(std::string_view pattern, std::string_view inDirectory,
-                                                       std::vector<std::string>* unreadable = nullptr);
+                                                       int (*failed)(const char* path, int error) = nullptr);
 
 } // namespace orvane::Globbing

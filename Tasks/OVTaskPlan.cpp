@@ -274,11 +274,22 @@ std::string Planner::inFolder(const std::string& path) const {
     return path.starts_with('/') ? path : workingFolder_ + (workingFolder_ == "/" ? "" : "/") + path;
 }
 
+/// `glob` hands its caller nothing but a path.
+thread_local Paths* unreadableFolders = nullptr;
+
+int noteUnreadable(const char* path, int error) {
+    if (error == EACCES || error == EPERM) {
+        unreadableFolders->emplace_back(path);
+    }
+    return 0; // on with the others
+}
+
 /// What a pattern matches, by the same means as the runner's own globs.
 Paths Planner::expand(std::string_view pattern) {
     const std::string text = atHome(pattern);
     Paths unreadable;
-    Paths paths = Globbing::arrayWithFilesMatchingPattern(text, "/", &unreadable);
+    unreadableFolders = &unreadable;
+    Paths paths = Globbing::arrayWithFilesMatchingPattern(text, "/", noteUnreadable);
     unreadable_.insert(unreadable.begin(), unreadable.end());
     if (::geteuid() != 0) {
         noteUnsearchable(text);
