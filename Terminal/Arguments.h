@@ -5,7 +5,7 @@
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
-#include <cstdint>
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -35,7 +35,7 @@ class Arguments {
     std::string value_;
     std::string colour_;
     RunChoices run_;
-    std::uint64_t number_ = 10;
+    std::size_t number_ = 10;
     bool dryRun_ = false;
     bool force_ = false;
     bool items_ = false;

@@ -75,9 +75,10 @@ std::string parentOf(const std::string& path) {
     return slash == 0 || slash == std::string::npos ? "/" : path.substr(0, slash);
 }
 
-void note(Planned::Task& task, FreeSpace& space, const OVPlanItem& item) {
+/// False when it could not be kept.
+bool note(Planned::Task& task, FreeSpace& space, const OVPlanItem& item) {
     if (!goes(item)) {
-        return;
+        return true;
     }
     task.moves = item.fate == OVPlanItem::Fate::moved;
     struct stat status = {};
@@ -87,7 +88,7 @@ void note(Planned::Task& task, FreeSpace& space, const OVPlanItem& item) {
         planned.number = status.st_ino;
         space.watch(parentOf(item.path), status.st_dev);
     }
-    task.items.add(planned);
+    return task.items.add(planned);
 }
 
 std::string whyNot(const Job& job, std::int32_t error) {
@@ -129,21 +130,19 @@ ItemList::ItemList() : file_(std::tmpfile()) {
     }
 }
 
-void ItemList::add(const Item& item) {
+bool ItemList::add(const Item& item) {
     const std::array<std::uint64_t, 4> numbers = {item.path.size(), item.bytes, static_cast<std::uint64_t>(item.device),
                                                   static_cast<std::uint64_t>(item.number)};
-    if (std::fwrite(numbers.data(), sizeof numbers, 1, file_.get()) != 1 ||
-        std::fwrite(item.path.data(), 1, item.path.size(), file_.get()) != item.path.size()) {
-        throw CommandError(kFailed, translated("The plan does not fit the disk: {}.", errorDescription(errno)));
-    }
+    return std::fwrite(numbers.data(), sizeof numbers, 1, file_.get()) == 1 &&
+           std::fwrite(item.path.data(), 1, item.path.size(), file_.get()) == item.path.size();
 }
 
 void ItemList::forEach(const std::function<void(const Item&)>& use) const {
     std::rewind(file_.get());
     std::array<std::uint64_t, 4> numbers = {};
     while (std::fread(numbers.data(), sizeof numbers, 1, file_.get()) == 1) {
-        Item item = {std::string(numbers[0], '\0'), numbers[1], static_cast<dev_t>(numbers[2]),
-                     static_cast<ino_t>(numbers[3])};
+        Item item = {std::string(static_cast<std::size_t>(numbers[0]), '\0'), numbers[1],
+                     static_cast<dev_t>(numbers[2]), static_cast<ino_t>(numbers[3])};
         if (std::fread(item.path.data(), 1, item.path.size(), file_.get()) != item.path.size()) {
             return;
         }
@@ -175,7 +174,10 @@ Planned planTasks(Session& session, std::vector<Job> jobs, const PlanChoices& ch
                   const std::function<void(const OVPlanItem& item)>& eachItem) {
     Planned planned;
     Progress progress(session, [] { ::_exit(kInterrupted); });
-    progress.look();
+    // What is printed meanwhile would stand on the same line.
+    if (!eachItem) {
+        progress.look();
+    }
     struct stat root = {};
     if (::stat("/", &root) == 0) {
         planned.space.watch("/", root.st_dev);
@@ -185,19 +187,25 @@ Planned planTasks(Session& session, std::vector<Job> jobs, const PlanChoices& ch
             throw CommandError(kUsage, translated("cleanDesktop needs the folder for its archive: --archive FOLDER."));
         }
         Planned::Task task = {std::move(job), {}, {}, false};
+        int error = 0; // nothing may be thrown through the library
         OVTaskPlan::Options options;
         options.archiveDesktopPath = choices.archive;
         options.progress = [&](std::uint64_t entries) {
             progress.seen(entries);
-            return Interrupts::signal() == 0;
+            return Interrupts::signal() == 0 && error == 0;
         };
         options.eachItem = [&](const OVPlanItem& item) {
-            note(task, planned.space, item);
+            if (!note(task, planned.space, item)) {
+                error = errno;
+            }
             if (eachItem) {
                 eachItem(item);
             }
         };
         task.plan = OVTaskPlan::make(*task.job.task, task.job.arguments, options);
+        if (error != 0) {
+            throw CommandError(kFailed, translated("The plan does not fit the disk: {}.", errorDescription(error)));
+        }
         if (Interrupts::signal() != 0) {
             throw CommandError(static_cast<ExitStatus>(Interrupts::exitStatus()), translated("Nothing was run."));
         }

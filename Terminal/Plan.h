@@ -31,7 +31,8 @@ class ItemList {
     };
 
     ItemList();
-    void add(const Item& item);
+    /// False when the file took it not whole (`errno`).
+    [[nodiscard]] bool add(const Item& item);
     void forEach(const std::function<void(const Item&)>& use) const;
 
   private:

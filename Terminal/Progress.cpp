@@ -194,10 +194,10 @@ void Progress::tick() {
             program_ = youngest != nullptr && youngest->processID != ::getpid() ? youngest->name : "";
         }
     }
-    if (isDrawn_) {
+    if (isDrawn_ && (isLooking_ || plan_ != nullptr)) {
         draw(lineNow());
     }
-    if (isDue && session_.json && !isLooking_) {
+    if (isDue && session_.json && plan_ != nullptr) {
         session_.event({{"event", "progress"},
                         {"task", task_},
                         {"entriesDone", done()},

@@ -11,6 +11,7 @@
 #include "Terminal/Translation.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <ctime>
 #include <fmt/format.h>
 #include <memory>

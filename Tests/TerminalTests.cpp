@@ -209,7 +209,7 @@ TEST_F(TerminalHistory, TurnsOverAndReadsBoth) {
 }
 
 TEST_F(TerminalHistory, ManyWritersLoseNothing) {
-    const History history(folder_, 20000);
+    const History history(folder_, 10000);
     std::vector<pid_t> writers;
     for (int writer = 0; writer < 4; ++writer) {
         const pid_t child = ::fork();
@@ -284,8 +284,8 @@ TEST(TerminalJobs, EveryTaskOfTheLibraryCanBeRun) {
 
 TEST(TerminalItems, ComeBackAsTheyWere) {
     ItemList list;
-    list.add({"/a\nb", 7, 1, 2});
-    list.add({"", 0, 0, 0});
+    ASSERT_TRUE(list.add({"/a\nb", 7, 1, 2}));
+    ASSERT_TRUE(list.add({"", 0, 0, 0}));
     for (int round = 0; round < 2; ++round) {
         Strings paths;
         list.forEach([&](const ItemList::Item& item) { paths.push_back(item.path + std::to_string(item.bytes)); });
