@@ -246,6 +246,7 @@ TEST_F(TerminalHistory, AWriterThatHadToWaitWritesWhereTheNameIsNow) {
     }
     ::usleep(300000); // until it waits; were it slower, it would find the new name at once
     ASSERT_EQ(std::rename(history.path().c_str(), (folder_ + "/history.1.jsonl").c_str()), 0);
+    ASSERT_EQ(history.add(start("other")), 0);
     ::close(held);
     int status = 0;
     ASSERT_EQ(::waitpid(writer, &status, 0), writer);
