@@ -26,6 +26,7 @@
 #include <regex>
 #include <set>
 #include <sstream>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -231,6 +232,26 @@ TEST_F(TerminalHistory, ManyWritersLoseNothing) {
     const History::Content content = history.read(1000);
     EXPECT_EQ(content.runs.size(), 200U);
     EXPECT_EQ(content.damaged, 0U);
+}
+
+TEST_F(TerminalHistory, AWriterThatHadToWaitWritesWhereTheNameIsNow) {
+    const History history(folder_);
+    ASSERT_EQ(history.add(start("old")), 0);
+    const int held = ::open(history.path().c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(::flock(held, LOCK_EX), 0);
+    const pid_t writer = ::fork();
+    if (writer == 0) {
+        ::close(held);
+        ::_exit(history.add(start("new")) == 0 ? 0 : 1);
+    }
+    ::usleep(300000); // until it waits; were it slower, it would find the new name at once
+    ASSERT_EQ(std::rename(history.path().c_str(), (folder_ + "/history.1.jsonl").c_str()), 0);
+    ASSERT_EQ(history.add(start("other")), 0);
+    ::close(held);
+    int status = 0;
+    ASSERT_EQ(::waitpid(writer, &status, 0), writer);
+    EXPECT_EQ(status, 0);
+    EXPECT_NE(contentsOf(history.path()).find("\"new\""), std::string::npos);
 }
 
 TEST_F(TerminalHistory, SaysWhyItCannotBeWritten) {
