@@ -5,20 +5,32 @@ include(CMakePackageConfigHelpers)
 install(TARGETS OrvaneTool DESTINATION "${CMAKE_INSTALL_LIBEXECDIR}")
 install(FILES Documentation/OrvaneTool.8 DESTINATION "${CMAKE_INSTALL_MANDIR}/man8")
 if(TARGET orvane)
-  install(TARGETS orvane DESTINATION "${CMAKE_INSTALL_BINDIR}")
-  install(FILES Documentation/orvane.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
-  install(FILES Documentation/orvane-schema.json DESTINATION "${CMAKE_INSTALL_DATADIR}/orvane")
-  install(DIRECTORY Terminal/Resources/ DESTINATION "${CMAKE_INSTALL_DATADIR}/orvane")
+  install(TARGETS orvane DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT orvane)
+  install(FILES Documentation/orvane.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT orvane)
+  install(FILES Documentation/orvane-schema.json DESTINATION "${CMAKE_INSTALL_DATADIR}/orvane" COMPONENT orvane)
+  install(DIRECTORY Terminal/Resources/ DESTINATION "${CMAKE_INSTALL_DATADIR}/orvane" COMPONENT orvane)
   install(FILES Terminal/Completions/orvane.bash DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"
-    RENAME orvane)
-  install(FILES Terminal/Completions/_orvane DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions")
-  install(FILES Terminal/Completions/orvane.fish DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d")
+    RENAME orvane COMPONENT orvane)
+  install(FILES Terminal/Completions/_orvane DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions"
+    COMPONENT orvane)
+  install(FILES Terminal/Completions/orvane.fish DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d"
+    COMPONENT orvane)
 endif()
 
 # What an application for macOS that carries the tool is made with; see Documentation/Shipping.md.
 set(orvane_oldest_macos "${CMAKE_OSX_DEPLOYMENT_TARGET}")
 if(NOT orvane_oldest_macos)
   set(orvane_oldest_macos 10.13)
+endif()
+set(orvane_line)
+set(orvane_choice)
+if(TARGET orvane)
+  set(orvane_line "\n        <line choice=\"orvane\"/>")
+  set(orvane_choice "
+    <choice id=\"orvane\" title=\"orvane\">
+        <pkg-ref id=\"${ORVANE_BUNDLE_IDENTIFIER}.orvane\"/>
+    </choice>
+    <pkg-ref id=\"${ORVANE_BUNDLE_IDENTIFIER}.orvane\" version=\"${PROJECT_VERSION}\">orvane.pkg</pkg-ref>")
 endif()
 configure_file(Packaging/distribution.xml.in "${PROJECT_BINARY_DIR}/Packaging/distribution.xml" @ONLY)
 configure_file(Packaging/daemon.plist.in
