@@ -354,9 +354,8 @@ void OVTreeWalk::Shared::handIn(Folder* folder, std::size_t tree, Found& found) 
         folder->unopened = found.folders.size();
         folder->living += found.folders.size();
     }
-    for (auto inner = found.folders.rbegin(); inner != found.folders.rend(); ++inner) {
-        waiting.push_back(inner->release());
-    }
+    std::transform(found.folders.rbegin(), found.folders.rend(), std::back_inserter(waiting),
+                   [](auto& inner) { return inner.release(); });
     if (folder != nullptr) {
         release(folder);
     }
@@ -389,9 +388,10 @@ int OVTreeWalk::Shared::openByWay(const Folder& folder) const {
     for (const Folder* next = &folder; next != nullptr; next = next->parent) {
         way.push_back(next);
     }
+    std::reverse(way.begin(), way.end());
     int descriptor = AT_FDCWD;
-    for (auto next = way.rbegin(); next != way.rend(); ++next) {
-        const int inner = ::openat(descriptor, (*next)->name.c_str(), kFolderFlags);
+    for (const Folder* const next : way) {
+        const int inner = ::openat(descriptor, next->name.c_str(), kFolderFlags);
         if (descriptor != AT_FDCWD) {
             const std::int32_t error = errno;
             ::close(descriptor);

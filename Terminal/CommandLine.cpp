@@ -160,7 +160,9 @@ Arguments::Arguments() : app(translated("Maintenance of this machine"), "orvane"
         ->type_name("bash|zsh|fish");
     CLI::App& complete = command(app, "complete", "", [this] {
         for (const auto& [word, text] : completionsOf(words_)) {
-            session.console.print(word + "\t" + text);
+            std::string line = word;
+            line.append("\t").append(text);
+            session.console.print(line);
         }
         return kDone;
     });

@@ -103,7 +103,7 @@ int History::add(const Json& record) const {
     struct stat status = {};
     if (descriptor >= 0 && ::fstat(descriptor, &status) == 0 && status.st_size > 0 &&
         static_cast<std::uint64_t>(status.st_size) + line.size() > mostBytes_) {
-        std::rename(path().c_str(), olderPath().c_str());
+        static_cast<void>(std::rename(path().c_str(), olderPath().c_str())); // else it grows on
         ::close(descriptor);
         descriptor = openLocked(path());
     }

@@ -82,7 +82,7 @@ std::string_view systemsWithout(std::string_view program) {
         std::string_view program;
         std::string_view since;
     };
-    constexpr std::array<Gone, 2> gone = {{{"srm", "10.12"}, {"diskutil repairPermissions", "10.11"}}};
+    constexpr std::array<Gone, 2> gone = {{{"srm", "10.12"}, {"periodic", "15"}}};
     const auto* const found =
         std::find_if(gone.begin(), gone.end(), [name](const Gone& entry) { return entry.program == name; });
     return found == gone.end() ? std::string_view() : found->since;

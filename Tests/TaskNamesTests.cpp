@@ -91,7 +91,7 @@ TEST(TaskNamesTest, AsksAboutEveryNameThatSomeSystemTakesApart) {
 
 TEST(TaskNamesTest, RandomListsArriveAsWholeListsDo) {
     const Strings parts = {"/a", " ", "  ", "\t", "b", "c d", "\\", "'", "\"", "\n", std::string(230, 'l'), "\f", "\r"};
-    const unsigned first = std::random_device()();
+    constexpr unsigned first = 1;
     for (unsigned seed = first; seed < first + 150; ++seed) {
         SCOPED_TRACE(seed);
         std::mt19937 random(seed);

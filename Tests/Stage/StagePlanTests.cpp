@@ -308,8 +308,14 @@ class StagePlanTest : public ::testing::TestWithParam<std::tuple<Case, uid_t>> {
         std::set<std::string> gone;
         std::set<std::string> planned;
         std::set<std::string> freed;
+        const auto isReplaced = [&](const std::string& path) { // by what was moved to the place of what was removed
+            return std::any_of(plan.items.begin(), plan.items.end(), [&](const Item& item) {
+                return item.fate == 'm' && (path == physical(item.becomes) || liesIn(path, physical(item.becomes)));
+            });
+        };
         for (const auto& [path, entry] : before) {
-            if (!after.contains(path)) {
+            const auto now = after.find(path);
+            if (now == after.end() || (now->second.number != entry.number && isReplaced(path))) {
                 gone.insert(path);
             }
         }
@@ -371,8 +377,10 @@ TEST_P(StagePlanTest, WhatThePlanListsIsWhatTheRunRemoves) {
     }
     const char* const given = std::getenv("ORVANE_SEED");
     const unsigned rounds = its().suffixes == Strings{".plist"} ? 2 : 4; // the stage's plutil takes long
-    const unsigned first =
-        given != nullptr ? static_cast<unsigned>(std::atoi(given)) : std::random_device()() % 1000000;
+    // The same trees each time, so that a change is not refused for what it has not done; "random" looks further.
+    const unsigned first = given == nullptr                 ? 1
+                           : std::string(given) == "random" ? std::random_device()() % 1000000
+                                                            : static_cast<unsigned>(std::atoi(given));
     std::size_t removed = 0;
     for (unsigned seed = first; seed < first + rounds; ++seed) {
         SCOPED_TRACE("ORVANE_SEED=" + std::to_string(seed));
