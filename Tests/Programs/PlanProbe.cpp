@@ -25,7 +25,7 @@ int main(int count, char* words[]) {
         if (std::string(words[next]) == "--archive") {
             options.archiveDesktopPath = words[next + 1];
         } else {
-            options.foldAbove = std::strtoull(words[next + 1], nullptr, 10);
+            options.foldAbove = std::strtoul(words[next + 1], nullptr, 10);
         }
     }
     const OVTaskDescription* const task = next < count ? OVTaskNamed(words[next]) : nullptr;
