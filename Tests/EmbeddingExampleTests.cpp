@@ -23,7 +23,8 @@ std::pair<std::string, int> outcome(const std::string& line) {
     while ((count = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0) {
         output.append(buffer.data(), count);
     }
-    return {output, WEXITSTATUS(::pclose(pipe))};
+    const int status = ::pclose(pipe);
+    return {output, WEXITSTATUS(status)};
 }
 
 TEST(EmbeddingExample, AreThoseOnThePage) {
