@@ -17,7 +17,7 @@ struct ProcessRecord {
     char name[33] = {};        ///< of its program, cut
 };
 
-/// The processes of the machine (`/proc`, `proc_listallpids`), whosever they are.
+/// The processes of the machine (`/proc`, `sysctl` with `KERN_PROC_ALL`), whosever they are.
 class ProcessTable {
   public:
     /// Lives for ever; may be used from any thread.

@@ -50,20 +50,57 @@ bool endsWithinALine(int descriptor) {
     return end > 0 && ::pread(descriptor, &last, 1, end - 1) == 1 && last != '\n';
 }
 
-/// A record of this version, whole enough to be used.
+/// 9999-12-31: later ones have no date that is written with four digits.
+constexpr std::int64_t kLastTime = 253402300799;
+
+bool has(const Json& object, const char* key, bool (Json::*is)() const noexcept) {
+    const auto found = object.find(key);
+    return found != object.end() && ((*found).*is)();
+}
+
+bool mayHave(const Json& object, const char* key, bool (Json::*is)() const noexcept) {
+    return !object.contains(key) || has(object, key, is);
+}
+
+/// As `setBytes` makes it.
+bool hasBytes(const Json& object, const std::string& key) {
+    const auto hex = object.find(key + "Hex");
+    return has(object, key.c_str(), &Json::is_string) &&
+           (hex == object.end() || (hex->is_string() && hex->get_ref<const std::string&>().find_first_not_of(
+                                                            "0123456789abcdef") == std::string::npos));
+}
+
+bool hasEach(const Json& object, const char* key, bool (*is)(const Json&)) {
+    return has(object, key, &Json::is_array) && std::all_of(object[key].begin(), object[key].end(), is);
+}
+
+bool isTask(const Json& value) {
+    const auto isArgument = [](const Json& argument) { return argument.is_object() && hasBytes(argument, "text"); };
+    return value.is_object() && has(value, "name", &Json::is_string) && hasEach(value, "arguments", isArgument);
+}
+
+bool isItem(const Json& value) {
+    return value.is_object() && hasBytes(value, "path") && has(value, "bytes", &Json::is_number_unsigned) &&
+           has(value, "outcome", &Json::is_string);
+}
+
+/// A record of this version, all that is read of it.
 bool isRecord(const Json& value) {
-    const auto has = [&value](const char* key, bool (Json::*is)() const noexcept) {
-        const auto found = value.find(key);
-        return found != value.end() && ((*found).*is)();
-    };
-    if (!value.is_object() || !has("event", &Json::is_string) || !has("run", &Json::is_string) ||
-        !has("time", &Json::is_number_integer)) {
+    if (!value.is_object() || !has(value, "event", &Json::is_string) || !has(value, "run", &Json::is_string) ||
+        !has(value, "time", &Json::is_number_integer)) {
+        return false;
+    }
+    if (const auto time = value["time"].get<std::int64_t>(); time < 0 || time > kLastTime) {
         return false;
     }
     return value["event"] == "start"
-               ? has("tasks", &Json::is_array) && has("pid", &Json::is_number_integer)
-               : value["event"] == "end" && has("outcome", &Json::is_string) && has("exitStatus", &Json::is_number) &&
-                     has("freedBytes", &Json::is_number) && has("items", &Json::is_array);
+               ? hasEach(value, "tasks", isTask) && has(value, "pid", &Json::is_number_integer) &&
+                     mayHave(value, "processStarted", &Json::is_number_unsigned)
+               : value["event"] == "end" && has(value, "outcome", &Json::is_string) &&
+                     has(value, "exitStatus", &Json::is_number_integer) &&
+                     has(value, "freedBytes", &Json::is_number_integer) && hasEach(value, "items", isItem) &&
+                     mayHave(value, "itemsOmitted", &Json::is_number_unsigned) &&
+                     mayHave(value, "seconds", &Json::is_number);
 }
 
 void readFile(const std::string& path, std::vector<History::Run>& runs, std::uint64_t& damaged) {

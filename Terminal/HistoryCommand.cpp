@@ -91,7 +91,10 @@ void printItems(Console& console, const Json& end) {
 int showHistory(Session& session, std::size_t most, bool items) {
     const History history = History::ofUser();
     const History::Content content = history.read(most);
-    const auto processes = ProcessTable::platform().processes().value_or(std::vector<ProcessRecord>());
+    std::vector<ProcessRecord> processes;
+    if (std::any_of(content.runs.begin(), content.runs.end(), [](const auto& run) { return run.end.is_null(); })) {
+        processes = ProcessTable::platform().processes().value_or(processes);
+    }
     if (session.json) {
         Json runs = Json::array();
         for (const History::Run& run : content.runs) {

@@ -194,6 +194,50 @@ TEST_F(TerminalHistory, SkipsDamagedLines) {
     EXPECT_EQ(content.runs[0].end["outcome"], "failed");
 }
 
+TEST_F(TerminalHistory, SkipsRecordsThatAreDamagedWithin) {
+    const auto with = [](Json record, const char* key, const Json& value) {
+        record[key] = value;
+        return record;
+    };
+    const Json task = {{"name", "feat"}, {"arguments", Json::array()}};
+    const Json item = {{"path", "/a"}, {"bytes", 1}, {"outcome", "removed"}};
+    const std::vector<Json> damaged = {
+        with(start("one"), "time", -1),
+        with(start("one"), "time", 253402300800),
+        with(start("one"), "time", 18446744073709551615U),
+        with(start("one"), "time", 1.5),
+        with(start("one"), "pid", "4"),
+        with(start("one"), "processStarted", -1),
+        with(start("one"), "tasks", Json::array({"feat"})),
+        with(start("one"), "tasks", Json::array({with(task, "name", 1)})),
+        with(start("one"), "tasks", Json::array({with(task, "arguments", 1)})),
+        with(start("one"), "tasks", Json::array({with(task, "arguments", Json::array({"a"}))})),
+        with(start("one"), "tasks", Json::array({with(task, "arguments", Json::array({Json({{"text", 1}})}))})),
+        with(end("one", "done"), "outcome", 1),
+        with(end("one", "done"), "exitStatus", 0.5),
+        with(end("one", "done"), "freedBytes", "5"),
+        with(end("one", "done"), "seconds", "5"),
+        with(end("one", "done"), "itemsOmitted", -1),
+        with(end("one", "done"), "items", Json::array({"/a"})),
+        with(end("one", "done"), "items", Json::array({with(item, "path", 1)})),
+        with(end("one", "done"), "items", Json::array({with(item, "pathHex", 1)})),
+        with(end("one", "done"), "items", Json::array({with(item, "pathHex", "2g")})),
+        with(end("one", "done"), "items", Json::array({with(item, "bytes", -1)})),
+        with(end("one", "done"), "items", Json::array({with(item, "outcome", false)}))};
+    const History history(folder_);
+    for (const Json& record : damaged) {
+        ASSERT_EQ(history.add(record), 0);
+    }
+    ASSERT_EQ(history.add(with(with(start("two"), "processStarted", 7), "tasks", Json::array({task}))), 0);
+    ASSERT_EQ(history.add(
+                  with(with(end("two", "done"), "items", Json::array({with(item, "pathHex", "2f61")})), "seconds", 1)),
+              0);
+    const History::Content content = history.read(100);
+    EXPECT_EQ(content.damaged, damaged.size());
+    ASSERT_EQ(content.runs.size(), 1U);
+    EXPECT_EQ(content.runs[0].end["seconds"], 1);
+}
+
 TEST_F(TerminalHistory, TurnsOverAndReadsBoth) {
     const History history(folder_, 300);
     for (int i = 0; i < 6; ++i) {
