@@ -6,6 +6,7 @@
 #include "Helper Tool/OrvaneTool.h"
 #include "Helper Tool/OwnExecutable.h"
 #include "Helpers/NSFileManager+SUIDRoot.h"
+#include "Host/OVToolClient.h"
 #include "Privileges/OVAuthorization.h"
 #include "Support/OVFile.h"
 #include "Support/OVText.h"
@@ -154,6 +155,9 @@ class FailingCalls final : public PosixSystemCalls {
         return due("killpg") ? -1 : PosixSystemCalls::killpg(group, signal);
     }
     int system(const char* /*line*/) override { return due("system") ? -1 : 0; }
+    int access(const char* path, int mode) override {
+        return due("access") ? -1 : PosixSystemCalls::access(path, mode);
+    }
     int open(const char* path, int flags, mode_t mode) override {
         return due("open") ? -1 : PosixSystemCalls::open(path, flags, mode);
     }
@@ -445,19 +449,10 @@ class OldExecutable final : public Executable, public Process {
     std::string path_;
 };
 
-void installItself(Attempt& run) {
+template <std::int32_t (*change)(SUIDRoot::File&, SystemCalls&)> void changeItself(Attempt& run) {
     OldExecutable executable(run.folder.makeFile("tool"));
     OwnExecutable file(run.calls, executable, executable);
-    const std::int32_t error = SUIDRoot::setSUIDRoot(file, run.calls);
-    EXPECT_TRUE(error == 0 || error == run.told.error || (run.failed("fstat") && error == EAGAIN)) << error;
-    EXPECT_EQ(error == 0, !run.failed() || run.failed("close")) << "a file that was only read is closed all the same";
-    EXPECT_EQ(run.log.messages.empty(), error == 0);
-}
-
-void surrenderItself(Attempt& run) {
-    OldExecutable executable(run.folder.makeFile("tool"));
-    OwnExecutable file(run.calls, executable, executable);
-    const std::int32_t error = SUIDRoot::surrenderSUIDRoot(file, run.calls);
+    const std::int32_t error = change(file, run.calls);
     EXPECT_TRUE(error == 0 || error == run.told.error || (run.failed("fstat") && error == EAGAIN)) << error;
     EXPECT_EQ(error == 0, !run.failed() || run.failed("close")) << "a file that was only read is closed all the same";
     EXPECT_EQ(run.log.messages.empty(), error == 0);
@@ -504,6 +499,83 @@ void interruptGroup(Attempt& run) {
     int waitStatus = 0;
     EXPECT_EQ(::waitpid(child, &waitStatus, 0), child);
     EXPECT_EQ(WTERMSIG(waitStatus), run.failed() ? SIGKILL : SIGINT);
+}
+
+/// A program that runs the tool, by the failing calls: the tool is a script, which can interrupt a group, too.
+class Host final : public OVToolClientDelegate {
+  public:
+    Host(Attempt& run, const char* line)
+        : client_(run.folder.makeFile("tool", std::string("#!/bin/bash\n[[ $1 != 'killProcess '* ]] || exec /bin/kill "
+                                                          "-INT -- -$(($(ps -o pgid= -p ${1#* })))\n") +
+                                                  line),
+                  {.calls = run.calls, .volumes = run.volumes}) {
+        ::chmod(client_.path().c_str(), 0755);
+    }
+
+    void toolHasOutputAvailable(std::string_view bytes) override { output.append(bytes); }
+    bool toolShouldCancel() override { return cancels && !output.empty(); }
+
+    OVToolClient::Result perform() { return client_.run("task", std::nullopt, this); }
+    [[nodiscard]] OVToolClient::State state(const char* newest) const { return client_.state(newest); }
+    [[nodiscard]] const std::string& path() const { return client_.path(); }
+
+    bool cancels = false;
+    std::string output;
+
+  private:
+    OVToolClient client_;
+};
+
+void runTool(Attempt& run) {
+    Host host(run, "echo out; echo err >&2; exit 3");
+    const OVToolClient::Result result = host.perform();
+    EXPECT_FALSE(result.cancelled);
+    EXPECT_TRUE(result.leftRunning.empty());
+    if (result.error != 0) {
+        EXPECT_EQ(result.error, run.told.error) << "it was not started";
+        EXPECT_EQ(result.status, -1);
+        EXPECT_EQ(host.output, "");
+    } else if (result.status == 3) {
+        EXPECT_EQ(host.output, "out\nerr\n");
+    } else {
+        EXPECT_TRUE(run.failed());
+        EXPECT_NE(result.status, 0) << "what was not executed has not succeeded";
+    }
+}
+
+void runForkedTool(Attempt& run) {
+    run.calls.spawns = false;
+    runTool(run);
+}
+
+void cancelTool(Attempt& run) {
+    Host host(run, "echo here; exec sleep 60");
+    host.cancels = true;
+    const OVToolClient::Result result = host.perform();
+    EXPECT_TRUE(result.leftRunning.empty());
+    if (result.error == 0) {
+        EXPECT_TRUE(result.cancelled);
+        EXPECT_EQ(result.status, 128 + SIGINT) << "a signal that could not be sent was not repeated";
+    } else {
+        EXPECT_EQ(result.error, run.told.error) << "it was not started";
+    }
+}
+
+void askForTheToolsState(Attempt& run) {
+    using State = OVToolClient::State;
+    const Host host(run, "");
+    const std::string newest = run.folder.makeFile("newest", "another");
+    ::chmod(host.path().c_str(), 04755);
+    const State state = host.state(newest.c_str());
+    if (::geteuid() != 0) {
+        EXPECT_TRUE(state == State::notSetUp || (run.failed("stat") && state == State::missing));
+    } else if (!run.failed()) {
+        EXPECT_EQ(state, State::older);
+    } else {
+        EXPECT_TRUE(state != State::ignoredSetUID);
+        EXPECT_TRUE(state == State::older || state != State::ready || run.failed("open") || run.failed("read"))
+            << "nothing is said against a file that cannot be read, and for none else";
+    }
 }
 
 /// A task of the catalogue, with a program that does nothing in place of its own.
@@ -601,11 +673,15 @@ constexpr Scenario kScenarios[] = {
     {"FileThatIsRead", readFile},
     {"InstallByPath", installByPath},
     {"SurrenderByPath", surrenderByPath},
-    {"InstallItself", installItself},
-    {"SurrenderItself", surrenderItself},
+    {"InstallItself", changeItself<SUIDRoot::setSUIDRoot>},
+    {"SurrenderItself", changeItself<SUIDRoot::surrenderSUIDRoot>},
     {"RunWithRights", runWithRights},
     {"RowsOfTheTool", runRows},
     {"InterruptOfAGroup", interruptGroup},
+    {"ToolOfAHost", runTool},
+    {"ForkedToolOfAHost", runForkedTool},
+    {"ToolOfAHostThatIsCancelled", cancelTool},
+    {"StateOfTheTool", askForTheToolsState},
     {"repairDiskPermissions", runTask<&Runner::repairDiskPermissions>},
     {"repairVolume", runTask<&Runner::repairVolume, &kVolume>},
     {"ejectVolume", runTask<&Runner::ejectVolume, &kVolume>},
