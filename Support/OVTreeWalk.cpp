@@ -294,7 +294,15 @@ void OVTreeWalk::Shared::read(Folder& folder, Found& found) {
     }
     const char* name = nullptr;
     const std::function<std::string()> path = [&] { return pathOf(&folder).append("/").append(name); };
-    while (const dirent* const entry = ::readdir(entries)) { // NOLINT(concurrency-mt-unsafe): a stream of its own
+    while (true) {
+        errno = 0;
+        const dirent* const entry = ::readdir(entries); // NOLINT(concurrency-mt-unsafe): a stream of its own
+        if (entry == nullptr) {
+            if (errno != 0) {
+                isUnreadable(); // the rest of it
+            }
+            break;
+        }
         name = entry->d_name;
         if (isDot(name)) {
             continue;
