@@ -12,6 +12,7 @@
 #include "Support/OVText.h"
 #include "Tests/Fakes/FakeAuthorizationServices.h"
 #include "Tests/Fakes/FakeHome.h"
+#include "Tests/OpenDescriptors.h"
 #include "Tests/TaskRunnerTestSupport.h"
 
 #include <algorithm>
@@ -215,17 +216,6 @@ class FailingCommands final : public CommandRunner {
   private:
     SystemCalls& calls_;
 };
-
-std::vector<std::string> openDescriptors() {
-    std::vector<std::string> open;
-    for (int number = 0; number < 256; ++number) {
-        struct stat status = {};
-        if (::fstat(number, &status) == 0) {
-            open.push_back(std::to_string(number));
-        }
-    }
-    return open;
-}
 
 /// One run: what it works on, and what became of it.
 struct Attempt {
@@ -626,9 +616,9 @@ class FailingCallsTest : public ::testing::TestWithParam<Scenario> {
         if (!run.failed("killpg") && !run.failed("getpgid")) { // a cancel that fails deliberately leaves the pipe
             EXPECT_EQ(openDescriptors(), before);
         } else {
-            for (const std::string& descriptor : openDescriptors()) {
-                if (std::find(before.begin(), before.end(), descriptor) == before.end()) {
-                    ::close(intValue(descriptor));
+            for (const int descriptor : openDescriptors()) {
+                if (!before.contains(descriptor)) {
+                    ::close(descriptor);
                 }
             }
         }

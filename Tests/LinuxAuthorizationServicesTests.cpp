@@ -3,6 +3,7 @@
 #include "Backends/Posix/PosixAuthorizationServices.h"
 
 #include "Privileges/OVAuthorization.h"
+#include "Tests/OpenDescriptors.h"
 #include "Tests/TaskRunnerTestSupport.h"
 
 #include <array>
@@ -23,6 +24,7 @@ namespace {
 using test::contentsOf;
 using test::exists;
 using test::Folder;
+using test::openDescriptors;
 using Statuses = std::vector<std::int32_t>;
 
 constexpr uid_t kNobody = 65534;
@@ -73,10 +75,6 @@ bool becomeNobody() {
 
 bool hasChildren() {
     return ::waitpid(-1, nullptr, WNOHANG) >= 0 || errno != ECHILD;
-}
-
-std::size_t openDescriptors() {
-    return test::namesIn("/proc/self/fd").size();
 }
 
 class LinuxAuthorizationTest : public ::testing::Test {
@@ -136,7 +134,7 @@ TEST_F(RootAuthorizationTest, WhatCannotBeExecutedIsReportedAndNoChildIsLeft) {
     testing::RecordingLog log;
     const std::string notExecutable = folder.makeFile("plain");
     for (const std::string& tool : {folder.at("missing"), notExecutable, folder.path, std::string()}) {
-        const std::size_t open = openDescriptors();
+        const auto open = openDescriptors();
         EXPECT_EQ(OVAuthorization::runToolWithPriviliges(tool, nullptr), kAuthorizationToolExecuteFailure) << tool;
         EXPECT_FALSE(hasChildren()) << tool;
         EXPECT_EQ(openDescriptors(), open);
@@ -346,7 +344,7 @@ class StartProgramTest : public LinuxAuthorizationTest {
     FailingCalls calls;
 
   private:
-    std::size_t open_ = openDescriptors();
+    std::set<int> open_ = openDescriptors();
 };
 
 TEST_F(StartProgramTest, WithoutAPipeNothingIsStarted) {

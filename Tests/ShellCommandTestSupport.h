@@ -3,6 +3,7 @@
 #include "Backends/Posix/PosixSystemCalls.h"
 #include "Tasks/OVShellCommand.h"
 #include "Tests/Fakes/RecordingLog.h"
+#include "Tests/OpenDescriptors.h"
 
 #include <algorithm>
 #include <array>
@@ -28,6 +29,7 @@
 namespace orvane {
 
 using namespace std::chrono_literals;
+using test::openDescriptors;
 using testing::RecordingLog;
 using Events = std::vector<std::string>;
 using Chunks = std::vector<std::optional<std::string>>;
@@ -319,16 +321,6 @@ class Owner final : public OVShellCommandDelegate {
   private:
     Events& events_;
 };
-
-inline std::set<int> openDescriptors() {
-    std::set<int> numbers;
-    for (int number = 0; number < 1024; ++number) {
-        if (::fcntl(number, F_GETFD) != -1) {
-            numbers.insert(number);
-        }
-    }
-    return numbers;
-}
 
 inline bool isGone(pid_t processID) {
     return ::kill(processID, 0) == -1 && errno == ESRCH;

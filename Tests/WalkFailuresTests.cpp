@@ -2,6 +2,7 @@
 // named.
 
 #include "Support/OVTreeWalk.h"
+#include "Tests/OpenDescriptors.h"
 #include "Tests/TaskRunnerTestSupport.h"
 
 #include <algorithm>
@@ -102,10 +103,6 @@ template <typename Run, typename Check> void sweep(const Run& run, const Check& 
     EXPECT_GT(injected, 0U);
 }
 
-std::size_t openDescriptors() {
-    return test::namesIn("/proc/self/fd").size();
-}
-
 /// Some folders in each other, files, links and an empty folder.
 void fill(const test::Folder& folder, const std::string& name) {
     folder.makeFolder(name + "/a/b/c");
@@ -134,10 +131,10 @@ TEST(WalkFailuresTest, WhatIsNotCountedLiesInAFolderThatIsNamed) {
     fill(folder, "tree");
     const Walked whole = walked(folder.at("tree"));
     ASSERT_EQ(whole.tree.entries, 13U);
-    const std::size_t open = openDescriptors();
+    const auto open = test::openDescriptors();
     sweep([&] { return walked(folder.at("tree")); },
           [&](const Walked& result) {
-              EXPECT_EQ(openDescriptors(), open);
+              EXPECT_EQ(test::openDescriptors(), open);
               EXPECT_LE(result.tree.entries, whole.tree.entries);
               EXPECT_LE(result.tree.bytes, whole.tree.bytes);
               if (result.tree.entries < whole.tree.entries) {
