@@ -313,7 +313,6 @@ TEST_F(ToolRunTest, GivesTheOutputAsItIsAndTheStatus) {
     EXPECT_EQ(result.error, 0);
     EXPECT_FALSE(result.cancelled);
     EXPECT_TRUE(result.leftRunning.empty());
-    EXPECT_LT(result.duration, 1s);
 }
 
 TEST_F(ToolRunTest, ALotOfOutputIsAllThereAndAsksAfterEachPiece) {
@@ -392,7 +391,6 @@ TEST_F(ToolRunTest, AnOutputThatCannotBeReadIsTriedAgainInTheNextRound) {
         const auto result = run("echo text; exit 6");
         EXPECT_EQ(result.status, 6) << name;
         EXPECT_EQ(owner.output, "text\n") << name;
-        EXPECT_LT(result.duration, 1500ms) << name;
     }
 }
 
@@ -400,7 +398,6 @@ TEST_F(ToolRunTest, AnOutputThatCanNeverBeReadKeepsNoProcessorBusy) {
     calls.fail("poll", EIO, kAlways);
     const auto result = run("sleep 0.5; exit 6");
     EXPECT_EQ(result.status, 6);
-    EXPECT_LT(result.duration, 2s);
     EXPECT_LT(calls.polls, 60);
 }
 
@@ -427,11 +424,11 @@ TEST_F(ToolRunTest, AToolThatClosesItsOutputIsWaitedForWithoutABusyLoop) {
 }
 
 TEST_F(ToolRunTest, WhatOutlivesTheToolIsListenedToForHalfASecond) {
-    const auto result = run("(sleep 0.2; echo late; exec sleep 3) & exit 8");
+    const auto result = run("(sleep 0.2; echo late; exec sleep 30) & exit 8");
     EXPECT_EQ(result.status, 8);
     EXPECT_EQ(owner.output, "late\n");
     EXPECT_GE(result.duration, 500ms);
-    EXPECT_LT(result.duration, 1500ms);
+    EXPECT_LT(result.duration, 20s) << "it was waited for";
     EXPECT_FALSE(result.cancelled);
 }
 
@@ -440,7 +437,6 @@ TEST_F(ToolRunTest, WhatOutlivesTheToolAndWritesForEverIsListenedToNoLonger) {
     const auto result = OVToolClient(tool("exit 8"), services).run("task", std::nullopt, nullptr);
     EXPECT_EQ(result.status, 8);
     EXPECT_GE(result.duration, 500ms);
-    EXPECT_LT(result.duration, 1500ms);
 }
 
 TEST_F(ToolRunTest, TellsWhatRunsWhenThereIsNoOutput) {
@@ -463,7 +459,24 @@ TEST_F(ToolRunTest, TellsWhatRunsWhenThereIsNoOutput) {
 
 // ---- Cancels -------------------------------------------------------------------------------------------------
 
-class ToolCancelTest : public ToolRunTest {};
+class ToolCancelTest : public ToolRunTest {
+  protected:
+    /// So many children of the test's own are left. They end, and nobody has asked for their status yet.
+    static void endChildren(std::size_t count) {
+        std::vector<pid_t> children;
+        for (const ProcessRecord& process : ProcessTable::platform().processes().value()) {
+            if (process.parent == ::getpid()) {
+                children.push_back(process.processID);
+            }
+        }
+        EXPECT_EQ(children.size(), count);
+        for (const pid_t child : children) {
+            ::kill(child, SIGKILL);
+            siginfo_t info = {};
+            EXPECT_EQ(::waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT), 0);
+        }
+    }
+};
 
 TEST_F(ToolCancelTest, ACancelBeforeTheStartStartsNothing) {
     owner.cancels = [](int) { return true; };
@@ -493,7 +506,6 @@ TEST_F(ToolCancelTest, AToolWithoutACommandIsInterruptedAfterTwoRounds) {
     EXPECT_EQ(result.status, 128 + SIGINT);
     EXPECT_EQ(calls.signalled.size(), 1U);
     EXPECT_GE(result.duration, 200ms);
-    EXPECT_LT(result.duration, 1500ms);
 }
 
 TEST_F(ToolCancelTest, DeeperGroupsAreInterruptedFirst) {
@@ -575,7 +587,7 @@ TEST_F(ToolCancelTest, WhatCannotBeReachedIsNamedWhenPatienceIsOver) {
     EXPECT_EQ(result.status, -1);
     EXPECT_EQ(result.error, ETIMEDOUT);
     EXPECT_GE(result.duration, 400ms);
-    EXPECT_LT(result.duration, 1s);
+    EXPECT_LT(result.duration, 20s) << "it was waited for";
     Strings names;
     for (const ProcessRecord& process : result.leftRunning) {
         names.emplace_back(process.name);
@@ -586,7 +598,7 @@ TEST_F(ToolCancelTest, WhatCannotBeReachedIsNamedWhenPatienceIsOver) {
     for (const ProcessRecord& process : result.leftRunning) {
         ::kill(process.processID, SIGKILL);
     }
-    ::usleep(100000);
+    endChildren(1);
     // The next run takes what has ended meanwhile.
     client->run("killProcess", "0", nullptr);
 }
@@ -608,14 +620,14 @@ TEST_F(ToolCancelTest, AToolThatHangsWhenItShallInterruptIsNotWaitedForBeyondPat
     cancelAt("\n");
     calls.fail("killpg", EPERM, kAlways);
     const std::string path =
-        folder.makeFile("tool", "#!/bin/bash\n[[ $1 != killProcess* ]] || exec sleep 1\necho $$; exec sleep 1.2\n");
+        folder.makeFile("tool", "#!/bin/bash\n[[ $1 != end ]] || exit 0\necho $$; exec sleep 60\n");
     ::chmod(path.c_str(), 0755);
     OVToolClient hanging(path, services);
     const auto result = hanging.run("task", std::nullopt, &owner, 300ms);
-    EXPECT_LT(result.duration, 900ms);
+    EXPECT_LT(result.duration, 20s) << "it was waited for";
     EXPECT_EQ(result.leftRunning.size(), 1U);
-    ::sleep(2);
-    hanging.run("killProcess", std::nullopt, nullptr, 0ms); // takes the two that have ended
+    endChildren(2);
+    hanging.run("end", std::nullopt, nullptr); // takes the two that have ended
 }
 
 /// The tool as the table has it: a script that runs nothing else.
