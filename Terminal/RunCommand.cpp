@@ -523,18 +523,23 @@ int Run::perform() {
     return result_.exitStatus();
 }
 
-void needTool(const Session& session, const std::vector<Job>& jobs) {
+void needTool(Session& session, const std::vector<Job>& jobs) {
     if (std::none_of(jobs.begin(), jobs.end(), [](const Job& job) { return job.task->isToolTask; })) {
         return;
     }
     const OVToolClient client = session.client();
-    const OVToolClient::State state = client.state();
+    const OVToolClient::State state = Session::stateOf(client);
     if (state == OVToolClient::State::notSetUp) {
         throw CommandError(kNotPermitted, stateSentence(client, state) + " " +
                                               translated("`orvane setup` sets it up, or: {}", client.setUpCommand()));
     }
     if (state == OVToolClient::State::missing || state == OVToolClient::State::ignoredSetUID) {
         throw CommandError(kNotPermitted, stateSentence(client, state));
+    }
+    if (state == OVToolClient::State::older) {
+        session.console.complain(stateSentence(client, state) + " " +
+                                 translated("It may do other things than are planned here; `orvane setup` replaces "
+                                            "it."));
     }
 }
 
