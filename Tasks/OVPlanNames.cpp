@@ -18,6 +18,7 @@
 #include <fnmatch.h>
 #include <iterator>
 #include <numeric>
+#include <optional>
 #include <sys/wait.h>
 #include <utility>
 
@@ -38,35 +39,62 @@ bool matches(std::string_view pattern, const std::string& text) {
     return ::fnmatch(std::string(pattern).c_str(), text.c_str(), 0) == 0;
 }
 
-/// Orders paths so that what lies in a folder comes directly behind it.
-bool isBefore(std::string_view left, std::string_view right) {
-    const auto rank = [](char c) { return c == '/' ? 0 : static_cast<unsigned char>(c) + 1; };
-    return std::lexicographical_compare(left.begin(), left.end(), right.begin(), right.end(),
-                                        [&](char one, char other) { return rank(one) < rank(other); });
-}
+/// A path in two parts, of which many can share the first.
+struct Parts {
+    std::string_view folder; ///< with a slash at its end
+    std::string_view name;
 
-bool liesIn(std::string_view path, std::string_view folder) {
-    return path.size() > folder.size() && path.starts_with(folder) &&
-           (folder.back() == '/' || path[folder.size()] == '/');
-}
-
-/// One place has one key, whichever links lead to its folder.
-class Keys {
-  public:
-    std::string of(const std::string& path) {
-        const std::string folder = OVFolderOf(path);
-        if (folder != folder_) {
-            std::array<char, PATH_MAX> real = {};
-            folder_ = folder;
-            real_ = ::realpath(folder.c_str(), real.data()) != nullptr ? real.data() : folder;
-        }
-        return stringByAppendingPathComponent(real_, lastPathComponent(path));
+    [[nodiscard]] std::size_t size() const { return folder.size() + name.size(); }
+    char operator[](std::size_t index) const {
+        return index < folder.size() ? folder[index] : name[index - folder.size()];
     }
-
-  private:
-    std::string folder_;
-    std::string real_;
 };
+
+/// The path's folder as it is written, and its last component.
+Parts partsOf(std::string_view path) {
+    path = path.substr(0, path.find_last_not_of('/') + 1);
+    const std::size_t slash = path.find_last_of('/');
+    const std::size_t length = slash == std::string_view::npos ? 0 : slash + 1;
+    return {path.substr(0, length), path.substr(length)};
+}
+
+/// The folder, whichever links lead to it, with a slash at its end.
+std::string realFolder(std::string_view folder) {
+    const std::string written = folder.empty() ? "." : std::string(folder);
+    std::array<char, PATH_MAX> real = {};
+    std::string path = ::realpath(written.c_str(), real.data()) != nullptr ? real.data() : written;
+    return path.ends_with('/') ? path : path + "/";
+}
+
+/// One place has one key.
+std::string keyOf(std::string_view path) {
+    const Parts parts = partsOf(path);
+    return realFolder(parts.folder).append(parts.name);
+}
+
+/// Orders paths so that what lies in a folder comes directly behind it; 0 for the same.
+int compare(const Parts& left, const Parts& right) {
+    const auto rank = [](char c) { return c == '/' ? 0 : static_cast<unsigned char>(c) + 1; };
+    const std::size_t shared = std::min(left.size(), right.size());
+    for (std::size_t index = left.folder == right.folder ? left.folder.size() : 0; index < shared; ++index) {
+        if (left[index] != right[index]) {
+            return rank(left[index]) - rank(right[index]);
+        }
+    }
+    return left.size() < right.size() ? -1 : left.size() > right.size() ? 1 : 0;
+}
+
+bool liesIn(const Parts& path, const Parts& folder) {
+    if (path.size() <= folder.size() || (folder[folder.size() - 1] != '/' && path[folder.size()] != '/')) {
+        return false;
+    }
+    for (std::size_t index = 0; index < folder.size(); ++index) {
+        if (path[index] != folder[index]) {
+            return false;
+        }
+    }
+    return true;
+}
 
 } // namespace
 
@@ -185,7 +213,7 @@ std::string OVPlanNames::atHome(std::string_view pattern) const {
     return stringByAppendingPathComponent(home, pattern.substr(1));
 }
 
-std::string OVPlanNames::inFolder(const std::string& path) const {
+std::string OVPlanNames::inFolder(std::string path) const {
     return path.starts_with('/') ? path : workingFolder_ + (workingFolder_ == "/" ? "" : "/") + path;
 }
 
@@ -257,24 +285,24 @@ void OVPlanNames::takeShell(const OVTaskRemoval& removal) {
             // No pattern: it stands in the line between quotes.
             const std::string path = stringByAppendingPathComponent(arguments_.front(), pattern.substr(1));
             if (existsAt(inFolder(path))) {
-                names.push_back({.path = inFolder(path)});
+                names.emplace_back(inFolder(path));
             }
             continue;
         }
         Paths paths = expand(pattern);
         std::erase_if(paths, [&](const std::string& path) { return aside_.contains(path); });
         const bool isKept = isTooLong(pattern, paths);
+        names.reserve(names.size() + paths.size());
         for (std::string& path : paths) {
-            names.push_back(
-                {.path = std::move(path), .fate = isKept ? Fate::kept : Fate::removed, .reason = isKept ? E2BIG : 0});
+            names.emplace_back(std::move(path), isKept ? Fate::kept : Fate::removed, isKept ? E2BIG : 0);
         }
     }
 }
 
 void OVPlanNames::takeList(const OVTaskRemoval& removal) {
     for (const std::string_view pattern : removal.patterns) {
-        const Paths paths = pattern == "@" ? arguments_ : expand(pattern);
-        list_.insert(list_.end(), paths.begin(), paths.end());
+        Paths paths = pattern == "@" ? arguments_ : expand(pattern);
+        list_.insert(list_.end(), std::make_move_iterator(paths.begin()), std::make_move_iterator(paths.end()));
     }
 }
 
@@ -283,12 +311,13 @@ void OVPlanNames::takeArrivals() {
     const bool isAfterDashes = isOverwritten();
     OVArrivals arrivals = OVArrivals::ofNames(list_, searchPath(), services_.processInfo.temporaryDirectory());
     setError(arrivals.error);
+    names.reserve(names.size() + list_.size());
     for (std::size_t index = 0; index < list_.size(); ++index) {
         const bool isOption = !isAfterDashes && list_[index].starts_with('-');
-        OVPlanName named = {.path = isOption ? list_[index] : inFolder(list_[index])};
+        OVPlanName named(isOption ? std::move(list_[index]) : inFolder(std::move(list_[index])));
         if (arrivals.kinds[index] == OVArrivals::Kind::takenApart) {
             named.fate = Fate::takenApart;
-            named.becomes = std::move(arrivals.becomes[index]);
+            named.become(std::move(arrivals.becomes[index]));
         } else if (arrivals.kinds[index] == OVArrivals::Kind::lost) {
             named.fate = Fate::kept;
         } else if (isOption) {
@@ -297,6 +326,7 @@ void OVPlanNames::takeArrivals() {
         }
         names.push_back(std::move(named));
     }
+    list_ = Paths();
     for (const std::string& word : arrivals.strangers) {
         takeStranger(word, isAfterDashes);
     }
@@ -312,7 +342,7 @@ void OVPlanNames::takeStranger(const std::string& word, bool isAfterDashes) {
         (isFolderMeant && !OVIsFolder(path)) || !existsAt(path)) {
         return;
     }
-    names.push_back({.path = std::move(path), .fate = Fate::found});
+    names.emplace_back(std::move(path), Fate::found);
 }
 
 // --- find
@@ -376,8 +406,8 @@ void OVPlanNames::takeFound(const OVTaskRemoval& removal) {
                          const bool isMatch = matches(pattern, std::string(entry.name));
                          const bool isFile = S_ISREG(entry.status.st_mode);
                          if (isMatch && (removal.way != Way::findFiles || isFile)) {
-                             OVPlanName named = {.path = entry.path()};
-                             if (removal.way == Way::findEmptied && !isEmptied(named.path, removal, entry.depth)) {
+                             OVPlanName named(entry.path());
+                             if (removal.way == Way::findEmptied && !isEmptied(named.tree.path, removal, entry.depth)) {
                                  named.fate = Fate::kept;
                                  named.reason = ENOTEMPTY;
                              }
@@ -386,11 +416,7 @@ void OVPlanNames::takeFound(const OVTaskRemoval& removal) {
                          const bool isDeepest = removal.maxDepth >= 0 && entry.depth >= removal.maxDepth;
                          return !isDeepest && !(isMatch && removal.way == Way::find);
                      }});
-    std::vector<OVTreeWalk::Tree> trees;
-    for (std::string& path : starts(removal)) {
-        trees.push_back({.path = std::move(path)});
-    }
-    walk(look, trees, true);
+    this->look(look, starts(removal));
 }
 
 void OVPlanNames::takeDamaged(const OVTaskRemoval& removal) {
@@ -399,10 +425,7 @@ void OVPlanNames::takeDamaged(const OVTaskRemoval& removal) {
     if (::geteuid() != 0) {
         // What the planner's own `find` cannot look into.
         OVTreeWalk look({.progress = progress()});
-        std::vector<OVTreeWalk::Tree> trees;
-        std::transform(paths.begin(), paths.end(), std::back_inserter(trees),
-                       [](const std::string& path) { return OVTreeWalk::Tree{.path = path}; });
-        walk(look, trees, true);
+        this->look(look, paths);
     }
     for (const std::string& path : paths) {
         if (path.find_first_of("\"$`\\") != std::string::npos) {
@@ -434,15 +457,16 @@ void OVPlanNames::takeDamaged(const OVTaskRemoval& removal) {
         if (!whole.contains(name)) {
             const OVCaptured pieces =
                 OVCapture(std::string(searchPath()) + R"(xargs /usr/bin/printf '%s\n')", name, temporary);
-            names.push_back({.path = name, .fate = Fate::takenApart, .becomes = pieces.output});
-            if (std::string& becomes = names.back().becomes; becomes.ends_with('\n')) {
+            std::string becomes = pieces.output;
+            if (becomes.ends_with('\n')) {
                 becomes.pop_back();
             }
+            names.emplace_back(name, Fate::takenApart, 0, std::move(becomes));
         } else if (isPath && ::geteuid() != 0 && isByRoot_ && ::access(name.c_str(), R_OK) != 0) {
             unreadable.insert(name); // root may find it right
         } else if (isPath && existsAt(name)) {
             const bool isKept = OVIsFolder(name);
-            names.push_back({.path = name, .fate = isKept ? Fate::kept : Fate::removed, .reason = isKept ? EISDIR : 0});
+            names.emplace_back(name, isKept ? Fate::kept : Fate::removed, isKept ? EISDIR : 0);
         } else if (!isPath) {
             takeStranger(name, false);
         }
@@ -470,29 +494,26 @@ void OVPlanNames::takeMoved(const OVTaskRemoval& removal) {
         desktopArchiveName(services_.bundle(), services_.locale()), archive, services_.calls);
     const std::string desktop = atHome(removal.patterns.front());
     plan_.commands.push_back(OVCommandLine("/usr/bin/find", desktopArchiveArguments(desktop, folder)));
-    Keys keys;
-    const std::string target = keys.of(folder);
+    const std::string target = keyOf(folder);
     OVTreeWalk look({.visit = [&](const OVTreeWalk::Entry& entry) {
         if (entry.depth == 1 && !matches(removal.predicate, std::string(entry.name))) {
-            OVPlanName named = {.path = entry.path(), .fate = Fate::moved};
-            named.becomes = stringByAppendingPathComponent(folder, entry.name);
-            if (liesIn(target, keys.of(named.path))) {
+            OVPlanName named(entry.path(), Fate::moved, 0, stringByAppendingPathComponent(folder, entry.name));
+            if (liesIn({target, {}}, {keyOf(named.tree.path), {}})) {
                 named.reason = EINVAL; // a folder cannot move into itself
-            } else if (S_ISDIR(entry.status.st_mode) && ::access(named.path.c_str(), W_OK) != 0) {
+            } else if (S_ISDIR(entry.status.st_mode) && ::access(named.tree.path.c_str(), W_OK) != 0) {
                 named.reason = errno; // it has an entry for the folder above it
             }
             if (named.reason != 0) {
                 named.fate = Fate::kept;
-                named.becomes.clear();
+                named.become("");
             }
             names.push_back(std::move(named));
         }
         return entry.depth < removal.maxDepth;
     }});
-    std::vector<OVTreeWalk::Tree> trees = {{.path = desktop}};
-    walk(look, trees, true);
+    this->look(look, {desktop});
     std::sort(names.begin(), names.end(),
-              [](const OVPlanName& left, const OVPlanName& right) { return left.path < right.path; });
+              [](const OVPlanName& left, const OVPlanName& right) { return left.tree.path < right.tree.path; });
 }
 
 /// What is moved into the other folder comes back unless it could not go there: something is in its place that it
@@ -508,16 +529,16 @@ void OVPlanNames::takeAside(const OVTaskRemoval& removal) {
                 if (OVIsFolder(path) != isOverFolder || (isOverFolder && !OVNamesIn(place).empty())) {
                     continue;
                 }
-                names.push_back({.path = place}); // and not moved back: what is named twice counts as it was first
+                names.emplace_back(place); // and not moved back: what is named twice counts as it was first
             }
             aside_.insert(path);
-            names.push_back({.path = path, .fate = Fate::kept});
+            names.emplace_back(path, Fate::kept);
         }
     }
     for (const std::string_view pattern : removal.patterns) {
         for (const std::string& path : expand(other + "/" + lastPathComponent(pattern))) {
             const std::string becomes = OVFolderOf(pattern) + "/" + lastPathComponent(path);
-            names.push_back({.path = path, .fate = Fate::moved, .becomes = becomes});
+            names.emplace_back(path, Fate::moved, 0, becomes);
         }
     }
 }
@@ -531,46 +552,86 @@ std::function<bool(std::uint64_t)> OVPlanNames::progress() {
     return [this](std::uint64_t entries) { return options_.progress(seen_ + entries); };
 }
 
-bool OVPlanNames::walk(OVTreeWalk& walk, std::vector<OVTreeWalk::Tree>& trees, bool isLooked) {
-    plan_.isComplete = walk.walk(trees) && plan_.isComplete;
+/// The planner's own looks at what is there.
+void OVPlanNames::look(OVTreeWalk& walk, Paths paths) {
+    std::vector<OVTreeWalk::Tree> trees;
+    for (std::string& path : paths) {
+        trees.push_back({.path = std::move(path)});
+    }
+    end(walk, walk.walk(trees));
     for (const OVTreeWalk::Tree& tree : trees) {
         seen_ += tree.entries;
-        if (isLooked && (tree.error == EACCES || tree.error == EPERM)) {
+        if (tree.error == EACCES || tree.error == EPERM) {
             unreadable.insert(tree.path);
         }
     }
-    unreadable.insert(walk.unreadable.begin(), walk.unreadable.end());
+}
+
+bool OVPlanNames::walk(OVTreeWalk& walk) {
+    for (OVPlanName& named : names) {
+        named.tree = {.path = std::move(named.tree.path)};
+    }
+    end(walk, walk.walk(names.size(),
+                        [this](std::size_t index) { return names[index].goes() ? &names[index].tree : nullptr; }));
+    for (const OVPlanName& named : names) {
+        seen_ += named.tree.entries;
+    }
     return plan_.isComplete;
+}
+
+void OVPlanNames::end(const OVTreeWalk& walk, bool isWhole) {
+    plan_.isComplete = isWhole && plan_.isComplete;
+    unreadable.insert(walk.unreadable.begin(), walk.unreadable.end());
 }
 
 /// What lies in something that goes, or was named before, is not told once more.
 void OVPlanNames::dropCovered() {
-    Keys keys;
-    std::vector<std::pair<std::string, std::size_t>> places;
+    // There may be millions, and a string for the key of each would be as much again.
+    struct Place {
+        std::uint32_t folder;
+        std::uint32_t index;
+    };
+    std::vector<std::string> folders;
+    std::vector<Place> places;
     places.reserve(names.size());
-    for (std::size_t index = 0; index < names.size(); ++index) {
-        places.emplace_back(keys.of(names[index].path), index);
+    std::string_view last;
+    for (const OVPlanName& named : names) {
+        const std::string_view folder = partsOf(named.tree.path).folder;
+        if (folders.empty() || folder != last) {
+            folders.push_back(realFolder(folder));
+            last = folder;
+        }
+        places.push_back({static_cast<std::uint32_t>(folders.size() - 1), static_cast<std::uint32_t>(places.size())});
     }
-    std::stable_sort(places.begin(), places.end(), [&](const auto& left, const auto& right) {
-        return left.first == right.first ? names[left.second].goes() && !names[right.second].goes()
-                                         : isBefore(left.first, right.first);
-    });
+    const auto keyOf = [&](const Place& place) {
+        return Parts{folders[place.folder], partsOf(names[place.index].tree.path).name};
+    };
+    const auto isBefore = [&](const Place& left, const Place& right) {
+        const int order = compare(keyOf(left), keyOf(right));
+        return order < 0 || (order == 0 && names[left.index].goes() && !names[right.index].goes());
+    };
+    if (!std::is_sorted(places.begin(), places.end(), isBefore)) {
+        std::stable_sort(places.begin(), places.end(), isBefore);
+    }
     std::vector<bool> isDropped(names.size());
-    const std::string* outer = nullptr;
-    for (const auto& [key, index] : places) {
-        if (outer != nullptr && (key == *outer || liesIn(key, *outer))) {
-            isDropped[index] = true;
-        } else if (names[index].goes()) {
-            outer = &key;
+    std::optional<Place> outer;
+    for (const Place& place : places) {
+        if (outer && (compare(keyOf(place), keyOf(*outer)) == 0 || liesIn(keyOf(place), keyOf(*outer)))) {
+            isDropped[place.index] = true;
+        } else if (names[place.index].goes()) {
+            outer = place;
         }
     }
-    std::vector<OVPlanName> left;
+    std::size_t count = 0;
     for (std::size_t index = 0; index < names.size(); ++index) {
         if (!isDropped[index]) {
-            left.push_back(std::move(names[index]));
+            if (count != index) {
+                names[count] = std::move(names[index]);
+            }
+            ++count;
         }
     }
-    names = std::move(left);
+    names.erase(names.begin() + static_cast<std::ptrdiff_t>(count), names.end());
 }
 
 } // namespace orvane

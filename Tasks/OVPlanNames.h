@@ -5,26 +5,41 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <set>
 #include <string>
 #include <string_view>
 #include <unistd.h>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace orvane {
 
-/// A path that was named, and what becomes of it, as far as its name tells.
+/// A path that was named, and what becomes of it, as far as its name tells. There may be millions: what few of them
+/// have is not kept in each.
 struct OVPlanName {
-    std::string path;
-    OVPlanItem::Fate fate = OVPlanItem::Fate::removed;
-    std::string becomes = {};
-    std::int32_t reason = 0;
-    std::size_t tree = 0; ///< its number among the walked ones, if it goes
+    explicit OVPlanName(std::string path, OVPlanItem::Fate itsFate = OVPlanItem::Fate::removed,
+                        std::int32_t itsReason = 0, std::string itBecomes = {})
+        : tree{.path = std::move(path)}, fate(itsFate), reason(itsReason) {
+        become(std::move(itBecomes));
+    }
+
+    OVTreeWalk::Tree tree; ///< the path, and what is there once it was walked
+    OVPlanItem::Fate fate;
+    std::int32_t reason;
+
+    [[nodiscard]] std::string becomes() const { return becomes_ ? *becomes_ : std::string(); }
+    void become(std::string text) {
+        becomes_ = text.empty() ? nullptr : std::make_unique<std::string>(std::move(text));
+    }
 
     [[nodiscard]] bool goes() const {
         return fate == OVPlanItem::Fate::removed || fate == OVPlanItem::Fate::found || fate == OVPlanItem::Fate::moved;
     }
+
+  private:
+    std::unique_ptr<std::string> becomes_;
 };
 
 /// What a plan finds: the paths that a task's programs are told to remove or move, come to by the same patterns,
@@ -39,9 +54,8 @@ class OVPlanNames {
     /// Fills in `names` and `unreadable`, or the plan's error.
     void find();
 
-    /// One of the plan's walks; false when its progress has ended the plan. `isLooked`: what cannot be looked at is
-    /// unreadable, too.
-    bool walk(OVTreeWalk& walk, std::vector<OVTreeWalk::Tree>& trees, bool isLooked);
+    /// Walks what goes of the names; false when the plan's progress has ended it.
+    bool walk(OVTreeWalk& walk);
     /// For a walk: counts on from those before.
     std::function<bool(std::uint64_t)> progress();
 
@@ -62,13 +76,15 @@ class OVPlanNames {
     void takeAside(const OVTaskRemoval& removal);
     void takeArrivals();
     void takeStranger(const std::string& word, bool isAfterDashes);
+    void look(OVTreeWalk& walk, std::vector<std::string> paths);
+    void end(const OVTreeWalk& walk, bool isWhole);
     void dropCovered();
 
     std::vector<std::string> expand(std::string_view pattern);
     std::vector<std::string> starts(const OVTaskRemoval& removal);
     std::string atHome(std::string_view pattern) const;
     void noteUnsearchable(const std::string& pattern);
-    [[nodiscard]] std::string inFolder(const std::string& path) const;
+    [[nodiscard]] std::string inFolder(std::string path) const;
     [[nodiscard]] std::vector<std::string> namePatterns(const OVTaskRemoval& removal) const;
     [[nodiscard]] bool isEmptied(const std::string& path, const OVTaskRemoval& removal, std::int32_t depth) const;
     [[nodiscard]] bool isTooLong(std::string_view pattern, const std::vector<std::string>& paths) const;

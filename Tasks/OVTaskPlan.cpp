@@ -3,6 +3,7 @@
 #include "Tasks/OVPlanNames.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <map>
 #include <utility>
 
@@ -18,6 +19,67 @@ Kind kindOf(mode_t mode) {
     return S_ISDIR(mode) ? Kind::folder : S_ISREG(mode) ? Kind::file : S_ISLNK(mode) ? Kind::link : Kind::other;
 }
 
+/// The items: as long as there are not too many, each; then, as often as it takes, what shares its fate and its folder
+/// becomes one item, the folder. No more are kept than that, however many come.
+class Items {
+  public:
+    Items(std::vector<OVPlanItem>& items, std::size_t most) : items_(items), most_(most) {}
+
+    void add(OVPlanItem item) {
+        for (std::size_t level = 0; level < levels_; ++level) {
+            raise(item);
+        }
+        place(std::move(item));
+        while (items_.size() > most_ && foldable_ > 0) {
+            fold();
+        }
+    }
+    [[nodiscard]] bool isFolded() const { return levels_ > 0; }
+
+  private:
+    static bool isFoldable(const OVPlanItem& item) { return item.fate != Fate::takenApart && item.path != "/"; }
+
+    /// The folder in the item's place.
+    static void raise(OVPlanItem& item) {
+        if (isFoldable(item)) {
+            item.path = OVFolderOf(item.path);
+            item.kind = Kind::folder;
+            item.becomes = item.fate == Fate::moved ? OVFolderOf(item.becomes) : "";
+        }
+    }
+
+    void place(OVPlanItem item) {
+        if (isFolded() && item.fate != Fate::takenApart) {
+            const auto [place, isNew] = places_.try_emplace({item.fate, item.path}, items_.size());
+            if (!isNew) {
+                OVPlanItem& sum = items_[place->second];
+                sum.bytes += item.bytes;
+                sum.entries += item.entries;
+                sum.modified = std::max(sum.modified, item.modified);
+                return;
+            }
+        }
+        foldable_ += isFoldable(item) ? 1U : 0U;
+        items_.push_back(std::move(item));
+    }
+
+    void fold() {
+        ++levels_;
+        foldable_ = 0;
+        places_.clear();
+        for (OVPlanItem& item : std::exchange(items_, {})) {
+            raise(item);
+            place(std::move(item));
+        }
+    }
+
+    std::vector<OVPlanItem>& items_;
+    const std::size_t most_;
+    std::size_t levels_ = 0;   ///< how often all were folded
+    std::size_t foldable_ = 0; ///< items that can be, once more
+    std::map<std::pair<Fate, std::string>, std::size_t> places_;
+};
+
 /// Looks at what was found, and says what goes of it.
 class Planner {
   public:
@@ -30,15 +92,12 @@ class Planner {
   private:
     void measure();
     void split(const std::vector<OVTreeWalk::Stuck>& stuck);
-    static void splitOne(const OVPlanName& named, const std::vector<OVTreeWalk::Stuck>& stuck,
-                         std::vector<OVPlanName>& into);
+    static void splitOne(OVPlanName named, const std::vector<OVTreeWalk::Stuck>& stuck, std::vector<OVPlanName>& into);
     void tell();
-    void fold();
 
     const OVTaskPlan::Options& options_;
     OVTaskPlan& plan_;
     OVPlanNames names_;
-    std::vector<OVTreeWalk::Tree> trees_;
 };
 
 void Planner::make() {
@@ -46,7 +105,6 @@ void Planner::make() {
     if (plan_.error == 0) {
         measure();
         tell();
-        fold();
     }
     plan_.unreadable.assign(names_.unreadable.begin(), names_.unreadable.end());
 }
@@ -55,15 +113,8 @@ void Planner::make() {
 /// again.
 void Planner::measure() {
     for (const Remover remover : {names_.isByRoot() ? Remover::root : Remover::user, Remover::nobody}) {
-        trees_.clear();
-        for (OVPlanName& named : names_.names) {
-            if (named.goes()) {
-                named.tree = trees_.size();
-                trees_.push_back({.path = named.path});
-            }
-        }
         OVTreeWalk look({.remover = remover, .overwrites = names_.isOverwritten(), .progress = names_.progress()});
-        if (!plan_.isComplete || !names_.walk(look, trees_, false) || look.stuck.empty()) {
+        if (!plan_.isComplete || !names_.walk(look) || look.stuck.empty()) {
             return;
         }
         split(look.stuck);
@@ -74,7 +125,7 @@ void Planner::split(const std::vector<OVTreeWalk::Stuck>& stuck) {
     std::vector<OVPlanName> pieces;
     for (OVPlanName& named : names_.names) {
         if (named.goes()) {
-            splitOne(named, stuck, pieces);
+            splitOne(std::move(named), stuck, pieces);
         } else {
             pieces.push_back(std::move(named));
         }
@@ -83,34 +134,33 @@ void Planner::split(const std::vector<OVTreeWalk::Stuck>& stuck) {
 }
 
 /// What of it stays, and the largest parts of it that go.
-void Planner::splitOne(const OVPlanName& named, const std::vector<OVTreeWalk::Stuck>& stuck,
-                       std::vector<OVPlanName>& into) {
+void Planner::splitOne(OVPlanName named, const std::vector<OVTreeWalk::Stuck>& stuck, std::vector<OVPlanName>& into) {
     const auto behind = [&](const std::string& path) {
         return std::lower_bound(
             stuck.begin(), stuck.end(), path,
             [](const OVTreeWalk::Stuck& some, const std::string& text) { return some.path < text; });
     };
-    std::vector<std::string> left = {named.path};
+    std::vector<std::string> left = {std::move(named.tree.path)};
     while (!left.empty()) {
-        OVPlanName piece = named;
-        piece.path = std::move(left.back());
+        OVPlanName piece(std::move(left.back()), named.fate, named.reason, named.becomes());
         left.pop_back();
-        const auto own = behind(piece.path);
-        const auto inner = behind(piece.path + "/");
-        const std::int32_t error = own != stuck.end() && own->path == piece.path ? own->error : 0;
-        const bool isOpened = named.fate != Fate::moved &&
-                              (error != 0 || (inner != stuck.end() && inner->path.starts_with(piece.path + "/")));
-        if (isOpened && OVIsFolder(piece.path)) {
-            std::vector<std::string> names = OVNamesIn(piece.path);
+        const std::string& path = piece.tree.path;
+        const auto own = behind(path);
+        const auto inner = behind(path + "/");
+        const std::int32_t error = own != stuck.end() && own->path == path ? own->error : 0;
+        const bool isOpened =
+            named.fate != Fate::moved && (error != 0 || (inner != stuck.end() && inner->path.starts_with(path + "/")));
+        if (isOpened && OVIsFolder(path)) {
+            std::vector<std::string> names = OVNamesIn(path);
             std::reverse(names.begin(), names.end());
             for (const std::string& name : names) {
-                left.push_back(piece.path + "/" + name);
+                left.push_back(path + "/" + name);
             }
         }
         if (error != 0 || isOpened) {
             piece.fate = Fate::kept;
             piece.reason = error != 0 ? error : ENOTEMPTY;
-            piece.becomes.clear();
+            piece.become("");
         }
         into.push_back(std::move(piece));
     }
@@ -118,12 +168,12 @@ void Planner::splitOne(const OVPlanName& named, const std::vector<OVTreeWalk::St
 
 /// Fills in the items and the sums.
 void Planner::tell() {
+    Items items(plan_.items, options_.foldAbove);
     for (OVPlanName& named : names_.names) {
-        const bool goes = named.goes();
-        OVPlanItem item = {.path = std::move(named.path), .fate = named.fate, .becomes = std::move(named.becomes)};
+        OVTreeWalk::Tree& tree = named.tree;
+        OVPlanItem item = {.path = std::move(tree.path), .fate = named.fate, .becomes = named.becomes()};
         item.reason = named.reason;
-        if (goes) {
-            const OVTreeWalk::Tree& tree = trees_[named.tree];
+        if (named.goes()) {
             if (tree.error != 0 && plan_.isComplete) {
                 continue; // it has gone meanwhile
             }
@@ -142,38 +192,9 @@ void Planner::tell() {
         if (options_.eachItem) {
             options_.eachItem(item);
         }
-        plan_.items.push_back(std::move(item));
+        items.add(std::move(item));
     }
-}
-
-/// As often as it takes: what shares its fate and its folder becomes one item, the folder.
-void Planner::fold() {
-    const auto isFolded = [](const OVPlanItem& item) { return item.fate != Fate::takenApart && item.path != "/"; };
-    while (plan_.items.size() > options_.foldAbove && std::any_of(plan_.items.begin(), plan_.items.end(), isFolded)) {
-        std::vector<OVPlanItem> folded;
-        std::map<std::pair<Fate, std::string>, std::size_t> places;
-        for (OVPlanItem& item : plan_.items) {
-            if (!isFolded(item)) {
-                folded.push_back(std::move(item));
-                continue;
-            }
-            const std::string folder = OVFolderOf(item.path);
-            const auto [place, isNew] = places.try_emplace({item.fate, folder}, folded.size());
-            if (isNew) {
-                item.path = folder;
-                item.kind = Kind::folder;
-                item.becomes = item.fate == Fate::moved ? OVFolderOf(item.becomes) : "";
-                folded.push_back(std::move(item));
-            } else {
-                OVPlanItem& sum = folded[place->second];
-                sum.bytes += item.bytes;
-                sum.entries += item.entries;
-                sum.modified = std::max(sum.modified, item.modified);
-            }
-        }
-        plan_.items = std::move(folded);
-        plan_.isFolded = true;
-    }
+    plan_.isFolded = items.isFolded();
 }
 
 } // namespace

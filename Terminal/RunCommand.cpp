@@ -318,7 +318,7 @@ void Run::runTask(const Planned::Task& task) {
     {
         Progress progress(session_, [this] { giveUp(); });
         const bool showsOutput = session_.verbose || job.task->tier == OVTaskTier::reads;
-        progress.run(nameOf(job), task.plan, showsOutput, space_);
+        progress.run(task, showsOutput, space_);
         const auto owner = std::make_shared<Owner>(progress, stop_, job, choices_.plan);
         std::int32_t status = 0;
         std::int32_t error = 0;
@@ -369,25 +369,26 @@ void Run::recordItem(const std::string& path, std::uint64_t bytes, std::string_v
 
 /// Which of the planned items are still there, and why.
 void Run::check(const Planned::Task& task, bool wasRun, const std::deque<std::string>& complaints) {
-    task.items.forEach([&](const ItemList::Item& item) {
+    task.items.rewind();
+    while (const std::optional<ItemList::Item> item = task.items.next()) {
         struct stat status = {};
         const bool isThere =
-            ::lstat(item.path.c_str(), &status) == 0 && status.st_dev == item.device && status.st_ino == item.number;
+            ::lstat(item->path.c_str(), &status) == 0 && status.st_dev == item->device && status.st_ino == item->number;
         if (!isThere) {
             ++result_.removed;
-            recordItem(item.path, item.bytes, "removed");
-            return;
+            recordItem(item->path, item->bytes, "removed");
+            continue;
         }
         ++result_.left;
-        recordItem(item.path, item.bytes, "left");
+        recordItem(item->path, item->bytes, "left");
         if (result_.shownLeft.size() < kMostShown) {
-            std::string reason = reasonFor(item.path, complaints);
+            std::string reason = reasonFor(item->path, complaints);
             if (reason.empty() && wasRun && !result_.wasStopped) {
                 reason = translated("no program said why");
             }
-            result_.shownLeft.push_back({item.path, reason});
+            result_.shownLeft.push_back({item->path, reason});
         }
-    });
+    }
 }
 
 Json Run::jsonOfResult(std::string_view outcome, int exitStatus) const {
