@@ -27,6 +27,7 @@ using std::chrono::milliseconds;
 constexpr const char* kToolName = "OrvaneTool";
 constexpr const char* kSetUp = "repairPriviliges";
 constexpr const char* kSurrender = "surrenderPriviliges";
+constexpr const char* kInstall = "/usr/bin/install";
 constexpr const char* kInterrupt = "killProcess"; // with a blank and a process id in the same word
 constexpr std::size_t kBufferSize = 16384;
 
@@ -38,6 +39,18 @@ constexpr milliseconds kListening = 500ms;
 constexpr int kRoundsAlone = 2;
 /// No pipe holds more, and what still runs may write for ever.
 constexpr int kLastPieces = 16;
+
+/// How `install` makes a tool that is set up.
+constexpr std::array<const char*, 4> kAsRoots = {"-o", "root", "-m", "4555"};
+
+/// A relative path could be an option, or be looked for among the system's programs.
+std::string fromFolder(const std::string& path) {
+    return path.starts_with('/') ? path : "./" + path;
+}
+
+std::string shellPath(const std::string& path) {
+    return shellWord(fromFolder(path));
+}
 
 pid_t waitWithoutBlocking(SystemCalls& calls, pid_t child, int* status) {
     return calls.waitpid(child, status, WNOHANG);
@@ -334,17 +347,39 @@ std::vector<std::string> OVToolClient::places(const std::optional<std::string>& 
     return places;
 }
 
+std::optional<std::string> OVToolClient::broughtAlong(const Services& services) {
+    const auto own = services.executable.executablePath();
+    if (!own) {
+        return std::nullopt;
+    }
+    const std::string folder = own->substr(0, own->rfind('/'));
+    const std::string above = folder.substr(0, folder.rfind('/')) + "/libexec";
+    for (const std::string& place : {folder, above}) {
+        const std::string path = place + "/" + kToolName;
+        struct stat status = {};
+        if (services.calls.stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
+            return path;
+        }
+    }
+    return std::nullopt;
+}
+
 OVToolClient OVToolClient::find(const std::optional<std::string>& given, const Services& services) {
     const std::vector<std::string> candidates = places(given, services.executable);
-    const auto isIn = [&](const auto& accepts) {
-        return std::find_if(candidates.begin(), candidates.end(),
-                            [&](const std::string& path) { return accepts(OVToolClient(path, services).state()); });
-    };
-    auto best = isIn([](State state) { return state == State::ready; });
-    if (best == candidates.end()) {
-        best = isIn([](State state) { return state != State::missing; });
+    const std::optional<std::string> newest = broughtAlong(services);
+    std::vector<State> states;
+    for (const std::string& path : candidates) {
+        states.push_back(OVToolClient(path, services).state(newest ? newest->c_str() : nullptr));
     }
-    return {best != candidates.end() ? *best : candidates.back(), services};
+    for (const auto& isBest :
+         {+[](State state) { return state == State::ready; }, +[](State state) { return state == State::older; },
+          +[](State state) { return state != State::missing; }}) {
+        const auto best = std::find_if(states.begin(), states.end(), isBest);
+        if (best != states.end()) {
+            return {candidates[static_cast<std::size_t>(best - states.begin())], services};
+        }
+    }
+    return {candidates.back(), services};
 }
 
 OVToolClient::State OVToolClient::state(const char* newest) const {
@@ -363,8 +398,7 @@ OVToolClient::State OVToolClient::state(const char* newest) const {
 }
 
 std::string OVToolClient::commandAsRoot(const char* word) const {
-    // A relative path could be an option, or be looked for among the system's programs.
-    return "sudo " + shellWord(path_.starts_with('/') ? path_ : "./" + path_) + " " + word;
+    return "sudo " + shellPath(path_) + " " + word;
 }
 
 std::string OVToolClient::setUpCommand() const {
@@ -375,17 +409,36 @@ std::string OVToolClient::surrenderCommand() const {
     return commandAsRoot(kSurrender);
 }
 
-std::int32_t OVToolClient::runAsRoot(const char* word) {
-    char* const arguments[] = {const_cast<char*>(word), nullptr}; // NOLINT(cppcoreguidelines-pro-type-const-cast)
-    return OVAuthorization::runToolWithPriviliges(path_, arguments, services_.authorization, services_.calls);
+std::string OVToolClient::replaceCommand(const std::string& newest) const {
+    std::string command = surrenderCommand() + " && sudo " + kInstall;
+    for (const char* word : kAsRoots) {
+        command.append(" ").append(word);
+    }
+    return command + " " + shellPath(newest) + " " + shellPath(path_);
+}
+
+std::int32_t OVToolClient::runAsRoot(const std::string& program, const std::vector<std::string>& words) {
+    std::vector<char*> arguments;
+    for (const std::string& word : words) {
+        arguments.push_back(const_cast<char*>(word.c_str())); // NOLINT(cppcoreguidelines-pro-type-const-cast)
+    }
+    arguments.push_back(nullptr);
+    return OVAuthorization::runToolWithPriviliges(program, arguments.data(), services_.authorization, services_.calls);
 }
 
 std::int32_t OVToolClient::setUp() {
-    return runAsRoot(kSetUp);
+    return runAsRoot(path_, {kSetUp});
 }
 
 std::int32_t OVToolClient::surrender() {
-    return runAsRoot(kSurrender);
+    return runAsRoot(path_, {kSurrender});
+}
+
+std::int32_t OVToolClient::replace(const std::string& newest) {
+    std::vector<std::string> words(kAsRoots.begin(), kAsRoots.end());
+    words.insert(words.end(), {fromFolder(newest), fromFolder(path_)});
+    const std::int32_t status = surrender();
+    return status != 0 ? status : runAsRoot(kInstall, words);
 }
 
 OVToolClient::Result OVToolClient::run(std::string_view task, const std::optional<std::string>& argument,

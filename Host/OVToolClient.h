@@ -73,7 +73,12 @@ class OVToolClient {
     /// "/Library/PrivilegedHelperTools" and "/usr/local/libexec".
     static std::vector<std::string> places(const std::optional<std::string>& given = std::nullopt,
                                            Executable& executable = Executable::current());
-    /// The first of the places with a tool that is ready; else the first with any; else the last.
+    /// The tool that came with this program: beside the executable, or in the `libexec` beside its folder; nothing when
+    /// there is none.
+    static std::optional<std::string> broughtAlong(const Services& services);
+    static std::optional<std::string> broughtAlong() { return broughtAlong(Services()); }
+    /// The first of the places with a tool that is ready; else the first with one that is older than what was brought
+    /// along; else the first with any; else the last.
     static OVToolClient find(const std::optional<std::string>& given, const Services& services);
     static OVToolClient find(const std::optional<std::string>& given = std::nullopt) { return find(given, Services()); }
 
@@ -95,6 +100,11 @@ class OVToolClient {
     std::int32_t setUp();
     std::int32_t surrender();
 
+    /// The same for putting that file, set up, in the tool's place: the bit is taken off the older one first, because a
+    /// hard link to it would keep it.
+    [[nodiscard]] std::string replaceCommand(const std::string& newest) const;
+    std::int32_t replace(const std::string& newest);
+
     /// Runs the task (`killProcess` with its number in `argument`) as a child in a session of its own, which the
     /// terminal's signals do not reach, and waits for its end. A program that the task leaves behind with its output
     /// open is listened to for half a second beyond it. A null delegate drops the output and never cancels.
@@ -115,7 +125,7 @@ class OVToolClient {
 
   private:
     [[nodiscard]] std::string commandAsRoot(const char* word) const;
-    std::int32_t runAsRoot(const char* word);
+    std::int32_t runAsRoot(const std::string& program, const std::vector<std::string>& words);
 
     std::string path_;
     Services services_;

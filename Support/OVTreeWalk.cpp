@@ -111,7 +111,7 @@ struct OVTreeWalk::Shared {
     [[nodiscard]] int open(const Folder& folder) const;
     [[nodiscard]] int openByWay(const Folder& folder) const;
     void keep(Folder& folder, int descriptor);
-    void count(const struct stat& status, std::size_t tree, Found& found);
+    void add(const struct stat& status, std::size_t tree, Found& found);
     [[nodiscard]] bool isStickyFor(const struct stat& status) const;
     [[nodiscard]] FolderRights rights(int folder, const char* path, bool isSticky) const;
     [[nodiscard]] std::int32_t errorOfRemoval(const struct stat& status, const FolderRights& rights, int folder,
@@ -121,7 +121,8 @@ struct OVTreeWalk::Shared {
     const Options options;
     const uid_t user = ::geteuid();
     FileProtection& protection = FileProtection::platform();
-    std::vector<Tree>* trees = nullptr;
+    std::size_t count = 0;
+    const std::function<Tree*(std::size_t)>* at = nullptr;
 
     std::atomic<std::uint64_t> seen = 0;
     std::atomic<bool> isEnded = false;
@@ -146,9 +147,14 @@ OVTreeWalk::OVTreeWalk(Options options) : shared_(std::make_unique<Shared>(*this
 OVTreeWalk::~OVTreeWalk() = default;
 
 bool OVTreeWalk::walk(std::vector<Tree>& trees) {
+    return walk(trees.size(), [&trees](std::size_t number) { return &trees[number]; });
+}
+
+bool OVTreeWalk::walk(std::size_t count, const std::function<Tree*(std::size_t)>& at) {
     Shared& shared = *shared_;
     const Options& options = shared.options;
-    shared.trees = &trees;
+    shared.count = count;
+    shared.at = &at;
     const long processors = ::sysconf(_SC_NPROCESSORS_ONLN);
     const unsigned most = std::min(processors > 0 ? static_cast<unsigned>(processors) : 1U, kMostThreads);
     shared.wantedHelpers = options.visit ? 0 : (options.threads == 0 ? most : options.threads) - 1;
@@ -157,7 +163,7 @@ bool OVTreeWalk::walk(std::vector<Tree>& trees) {
         ::pthread_join(helper, nullptr);
     }
     for (const auto& [id, file] : shared.linked) {
-        trees[file.tree].bytes += file.left == 0 ? file.bytes : 0;
+        at(file.tree)->bytes += file.left == 0 ? file.bytes : 0;
     }
     std::sort(unreadable.begin(), unreadable.end());
     std::sort(stuck.begin(), stuck.end(), [](const Stuck& left, const Stuck& right) { return left.path < right.path; });
@@ -182,8 +188,11 @@ void OVTreeWalk::Shared::work(bool isCaller) {
         if (folder != nullptr) {
             waiting.pop_back();
             tree = folder->tree;
-        } else if (nextTree < trees->size() && !isEnded) {
+        } else if (nextTree < count && !isEnded) {
             tree = nextTree++;
+            if ((*at)(tree) == nullptr) {
+                continue;
+            }
         } else if (busy == 0) {
             changed.notify_all();
             return;
@@ -232,7 +241,7 @@ void OVTreeWalk::Shared::attend() {
 
 /// A tree's own status; if it is a folder, it waits.
 void OVTreeWalk::Shared::begin(std::size_t index, Found& found) {
-    Tree& tree = (*trees)[index];
+    Tree& tree = *(*at)(index);
     struct stat status = {};
     if (::lstat(tree.path.c_str(), &status) != 0) {
         tree.error = errno;
@@ -240,7 +249,7 @@ void OVTreeWalk::Shared::begin(std::size_t index, Found& found) {
     }
     tree.mode = status.st_mode;
     tree.modified = status.st_mtime;
-    count(status, index, found);
+    add(status, index, found);
     const std::size_t slash = tree.path.find_last_of('/');
     const std::string above = slash == std::string::npos ? "." : tree.path.substr(0, std::max<std::size_t>(slash, 1));
     if (options.remover != Remover::nobody) {
@@ -315,7 +324,7 @@ void OVTreeWalk::Shared::read(Folder& folder, Found& found) {
             }
             continue;
         }
-        count(status, folder.tree, found);
+        add(status, folder.tree, found);
         const bool isFolder = S_ISDIR(status.st_mode);
         if (options.remover != Remover::nobody) {
             FolderRights here = its;
@@ -349,8 +358,9 @@ void OVTreeWalk::Shared::read(Folder& folder, Found& found) {
 /// With the lock held: what was found in the folder, or of the tree where there is no folder.
 void OVTreeWalk::Shared::handIn(Folder* folder, std::size_t tree, Found& found) {
     seen += found.entries % kEntriesToTell;
-    (*trees)[tree].entries += found.entries;
-    (*trees)[tree].bytes += found.bytes;
+    Tree& its = *(*at)(tree);
+    its.entries += found.entries;
+    its.bytes += found.bytes;
     for (const auto& [id, file] : found.links) {
         Linked& known = linked.try_emplace(id, file).first->second;
         known.tree = std::min(known.tree, file.tree);
@@ -424,7 +434,7 @@ void OVTreeWalk::Shared::keep(Folder& folder, int descriptor) {
     }
 }
 
-void OVTreeWalk::Shared::count(const struct stat& status, std::size_t tree, Found& found) {
+void OVTreeWalk::Shared::add(const struct stat& status, std::size_t tree, Found& found) {
     if (++found.entries % kEntriesToTell == 0) {
         seen += kEntriesToTell; // what is left over is told with the folder
     }

@@ -65,6 +65,9 @@ class OVTreeWalk {
 
     /// Fills the trees in. False when `progress` ended it. Called once. The trees shall not lie in each other.
     bool walk(std::vector<Tree>& trees);
+    /// The same for `count` trees wherever they are kept: `at` gives each by its number, or null to leave that out. It
+    /// is called by all threads.
+    bool walk(std::size_t count, const std::function<Tree*(std::size_t number)>& at);
 
     std::vector<std::string> unreadable; ///< folders that could not be looked into, sorted
     std::vector<Stuck> stuck;            ///< sorted by path

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <iterator>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -124,7 +125,6 @@ OVArrivals OVArrivals::ofNames(const std::vector<std::string>& names, std::strin
                                const std::string& temporaryFolder) {
     OVArrivals result;
     result.kinds.assign(names.size(), Kind::whole);
-    result.becomes.resize(names.size());
 
     std::vector<std::size_t> asked;
     std::vector<std::size_t> witness(names.size()); // the name that tells of this one, counted from 1; 0: needs none
@@ -188,12 +188,12 @@ OVArrivals OVArrivals::ofNames(const std::vector<std::string>& names, std::strin
             result.kinds[index] = Kind::lost;
         }
     }
-    const std::unordered_set<std::string_view> known(names.begin(), names.end());
-    for (const std::string& word : words) {
-        if (!known.contains(word)) {
-            result.strangers.push_back(word);
-        }
+    std::unordered_set<std::string_view> strange(words.begin(), words.end());
+    for (const std::string& name : names) {
+        strange.erase(name);
     }
+    std::copy_if(words.begin(), words.end(), std::back_inserter(result.strangers),
+                 [&](const std::string& word) { return strange.contains(word); });
     return result;
 }
 

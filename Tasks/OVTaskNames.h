@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace orvane {
@@ -35,9 +36,9 @@ struct OVArrivals {
                               const std::string& temporaryFolder);
 
     std::int32_t error = 0;
-    std::vector<Kind> kinds;            ///< of each name; lost are those behind the place where the list ended
-    std::vector<std::string> becomes;   ///< of each name that is taken apart: a line for each piece; else ""
-    std::vector<std::string> strangers; ///< what arrives and is no name of the list
+    std::vector<Kind> kinds; ///< of each name; lost are those behind the place where the list ended
+    std::unordered_map<std::size_t, std::string> becomes; ///< of names that are taken apart: a line for each piece
+    std::vector<std::string> strangers;                   ///< what arrives and is no name of the list
 };
 
 } // namespace orvane

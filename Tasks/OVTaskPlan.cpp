@@ -1,673 +1,120 @@
 #include "Tasks/OVTaskPlan.h"
 
-#include "Helpers/NSFileManager+Globbing.h"
-#include "Helpers/NSFileManager+UniqueDestination.h"
-#include "Support/OVPath.h"
-#include "Support/OVText.h"
-#include "Support/OVTreeWalk.h"
-#include "Tasks/OVDesktopArchive.h"
-#include "Tasks/OVTaskCommands.h"
-#include "Tasks/OVTaskLines.h"
-#include "Tasks/OVTaskNames.h"
+#include "Tasks/OVPlanNames.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <climits>
-#include <cstdlib>
-#include <dirent.h>
-#include <fcntl.h>
-#include <fnmatch.h>
 #include <map>
-#include <numeric>
-#include <set>
-#include <sys/wait.h>
-#include <unistd.h>
-#include <unordered_map>
-#include <unordered_set>
 #include <utility>
 
 namespace orvane {
 
 namespace {
 
-using Way = OVTaskRemoval::Way;
 using Kind = OVPlanItem::Kind;
 using Fate = OVPlanItem::Fate;
-using Paths = std::vector<std::string>;
 using Remover = OVTreeWalk::Remover;
-
-/// A path that was named, and what becomes of it, as far as its name tells.
-struct Named {
-    std::string path;
-    Fate fate = Fate::removed;
-    std::string becomes = {};
-    std::int32_t reason = 0;
-    std::size_t tree = 0; ///< its number among the walked ones, if it goes
-};
-
-bool goes(Fate fate) {
-    return fate == Fate::removed || fate == Fate::found || fate == Fate::moved;
-}
-
-std::string folderOf(std::string_view path) {
-    const std::size_t slash = path.find_last_of('/');
-    return slash == std::string_view::npos ? "." : std::string(path.substr(0, std::max<std::size_t>(slash, 1)));
-}
-
-bool existsAt(const std::string& path) {
-    struct stat status = {};
-    return ::lstat(path.c_str(), &status) == 0;
-}
-
-bool isFolder(const std::string& path) {
-    struct stat status = {};
-    return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
 
 Kind kindOf(mode_t mode) {
     return S_ISDIR(mode) ? Kind::folder : S_ISREG(mode) ? Kind::file : S_ISLNK(mode) ? Kind::link : Kind::other;
 }
 
-bool matches(std::string_view pattern, const std::string& text) {
-    return ::fnmatch(std::string(pattern).c_str(), text.c_str(), 0) == 0;
-}
-
-/// The names in a folder, sorted; none where it cannot be read.
-Paths namesIn(const std::string& folder) {
-    Paths names;
-    DIR* const entries = ::opendir(folder.c_str());
-    while (entries != nullptr) {
-        const dirent* const entry = ::readdir(entries); // NOLINT(concurrency-mt-unsafe): a stream of its own
-        if (entry == nullptr) {
-            ::closedir(entries);
-            break;
-        }
-        if (const std::string_view name = entry->d_name; name != "." && name != "..") {
-            names.emplace_back(name);
-        }
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
-/// Orders paths so that what lies in a folder comes directly behind it.
-bool isBefore(std::string_view left, std::string_view right) {
-    const auto rank = [](char c) { return c == '/' ? 0 : static_cast<unsigned char>(c) + 1; };
-    return std::lexicographical_compare(left.begin(), left.end(), right.begin(), right.end(),
-                                        [&](char one, char other) { return rank(one) < rank(other); });
-}
-
-bool liesIn(std::string_view path, std::string_view folder) {
-    return path.size() > folder.size() && path.starts_with(folder) &&
-           (folder.back() == '/' || path[folder.size()] == '/');
-}
-
-/// One place has one key, whichever links lead to its folder.
-class Keys {
+/// The items: as long as there are not too many, each; then, as often as it takes, what shares its fate and its folder
+/// becomes one item, the folder. No more are kept than that, however many come.
+class Items {
   public:
-    std::string of(const std::string& path) {
-        const std::string folder = folderOf(path);
-        if (folder != folder_) {
-            std::array<char, PATH_MAX> real = {};
-            folder_ = folder;
-            real_ = ::realpath(folder.c_str(), real.data()) != nullptr ? real.data() : folder;
+    Items(std::vector<OVPlanItem>& items, std::size_t most) : items_(items), most_(most) {}
+
+    void add(OVPlanItem item) {
+        for (std::size_t level = 0; level < levels_; ++level) {
+            raise(item);
         }
-        return stringByAppendingPathComponent(real_, lastPathComponent(path));
+        place(std::move(item));
+        while (items_.size() > most_ && foldable_ > 0) {
+            fold();
+        }
     }
+    [[nodiscard]] bool isFolded() const { return levels_ > 0; }
 
   private:
-    std::string folder_;
-    std::string real_;
+    static bool isFoldable(const OVPlanItem& item) { return item.fate != Fate::takenApart && item.path != "/"; }
+
+    /// The folder in the item's place.
+    static void raise(OVPlanItem& item) {
+        if (isFoldable(item)) {
+            item.path = OVFolderOf(item.path);
+            item.kind = Kind::folder;
+            item.becomes = item.fate == Fate::moved ? OVFolderOf(item.becomes) : "";
+        }
+    }
+
+    void place(OVPlanItem item) {
+        if (isFolded() && item.fate != Fate::takenApart) {
+            const auto [place, isNew] = places_.try_emplace({item.fate, item.path}, items_.size());
+            if (!isNew) {
+                OVPlanItem& sum = items_[place->second];
+                sum.bytes += item.bytes;
+                sum.entries += item.entries;
+                sum.modified = std::max(sum.modified, item.modified);
+                return;
+            }
+        }
+        foldable_ += isFoldable(item) ? 1U : 0U;
+        items_.push_back(std::move(item));
+    }
+
+    void fold() {
+        ++levels_;
+        foldable_ = 0;
+        places_.clear();
+        for (OVPlanItem& item : std::exchange(items_, {})) {
+            raise(item);
+            place(std::move(item));
+        }
+    }
+
+    std::vector<OVPlanItem>& items_;
+    const std::size_t most_;
+    std::size_t levels_ = 0;   ///< how often all were folded
+    std::size_t foldable_ = 0; ///< items that can be, once more
+    std::map<std::pair<Fate, std::string>, std::size_t> places_;
 };
 
+/// Looks at what was found, and says what goes of it.
 class Planner {
   public:
-    Planner(const OVTaskDescription& task, const Paths& arguments, const OVTaskPlan::Options& options,
-            const OVTaskRunnerServices& services, OVTaskPlan& plan)
-        : task_(task), arguments_(arguments), options_(options), services_(services), plan_(plan) {}
+    Planner(const OVTaskDescription& task, const std::vector<std::string>& arguments,
+            const OVTaskPlan::Options& options, const OVTaskRunnerServices& services, OVTaskPlan& plan)
+        : options_(options), plan_(plan), names_(task, arguments, options, services, plan) {}
 
     void make();
 
   private:
-    [[nodiscard]] std::int32_t errorOfArguments() const;
-    void take(const OVTaskRemoval& removal);
-    void takeShell(const OVTaskRemoval& removal);
-    void takeList(const OVTaskRemoval& removal);
-    void takeFound(const OVTaskRemoval& removal);
-    void takeDamaged(const OVTaskRemoval& removal);
-    void takeMoved(const OVTaskRemoval& removal);
-    void takeAside(const OVTaskRemoval& removal);
-    void takeArrivals();
-    void takeStranger(const std::string& word, bool isAfterDashes);
-
-    void dropCovered();
     void measure();
     void split(const std::vector<OVTreeWalk::Stuck>& stuck);
-    void splitOne(const Named& named, const std::vector<OVTreeWalk::Stuck>& stuck, std::vector<Named>& into) const;
+    static void splitOne(OVPlanName named, const std::vector<OVTreeWalk::Stuck>& stuck, std::vector<OVPlanName>& into);
     void tell();
-    void fold();
 
-    Paths expand(std::string_view pattern);
-    Paths starts(const OVTaskRemoval& removal);
-    std::string atHome(std::string_view pattern) const;
-    void noteUnsearchable(const std::string& pattern);
-    [[nodiscard]] std::string inFolder(const std::string& path) const;
-    [[nodiscard]] Paths namePatterns(const OVTaskRemoval& removal) const;
-    [[nodiscard]] bool isEmptied(const std::string& path, const OVTaskRemoval& removal, std::int32_t depth) const;
-    [[nodiscard]] bool isTooLong(std::string_view pattern, const Paths& paths) const;
-    [[nodiscard]] std::string_view searchPath() const;
-    bool walk(OVTreeWalk& walk, std::vector<OVTreeWalk::Tree>& trees, bool isLooked);
-    std::function<bool(std::uint64_t)> progress();
-    [[nodiscard]] bool isOverwritten() const;
-    void setError(std::int32_t error);
-
-    const OVTaskDescription& task_;
-    const Paths& arguments_;
     const OVTaskPlan::Options& options_;
-    const OVTaskRunnerServices& services_;
     OVTaskPlan& plan_;
-
-    const bool isRootsCall_ = ::getuid() == 0;                   ///< the tool keeps root's own surroundings
-    const bool isByRoot_ = task_.isToolTask || ::geteuid() == 0; ///< what removes does so as root
-    std::string workingFolder_;
-    Paths list_; ///< for `xargs`
-    std::vector<Named> named_;
-    std::vector<OVTreeWalk::Tree> trees_;
-    std::unordered_set<std::string> aside_; ///< paths that are not there while the removal runs
-    std::set<std::string> unreadable_;
-    std::uint64_t seen_ = 0; ///< entries of walks that have ended
+    OVPlanNames names_;
 };
 
-/// Where the tool's commands are found, but for a start of root's own.
-std::string_view Planner::searchPath() const {
-    return task_.isToolTask && !isRootsCall_ ? "PATH=/usr/bin:/bin:/usr/sbin:/sbin; export PATH; " : "";
-}
-
-bool Planner::isOverwritten() const {
-    return !task_.removals.empty() && task_.removals.front().way == Way::overwrite;
-}
-
-void Planner::setError(std::int32_t error) {
-    plan_.error = plan_.error == 0 ? error : plan_.error;
-}
-
-std::int32_t Planner::errorOfArguments() const {
-    const std::string_view wanted = task_.argument;
-    if (wanted.empty()) {
-        return arguments_.empty() ? 0 : EINVAL;
-    }
-    if (arguments_.empty() || (wanted != "PATH..." && arguments_.size() > 1)) {
-        return EINVAL;
-    }
-    for (const std::string& argument : arguments_) {
-        if (argument.empty() || argument.find('\0') != std::string::npos) {
-            return EINVAL;
-        }
-    }
-    if (task_.name == "killProcess") {
-        const std::int32_t processID = intValue(arguments_.front());
-        return processID <= 0 ? EINVAL : services_.calls.getpgid(processID) < 0 ? ESRCH : 0;
-    }
-    // Those whose argument stands in a shell's line, between double quotes.
-    const bool isForShell = task_.name == "secureEraseFreeSpace" || task_.name == "removeDSStoreFilesInPath";
-    return isForShell && arguments_.front().find_first_of("\"$`\\'\n") != std::string::npos ? EINVAL : 0;
-}
-
 void Planner::make() {
-    if (plan_.error = errorOfArguments(); plan_.error != 0) {
-        return;
-    }
-    std::array<char, PATH_MAX> folder = {};
-    workingFolder_ = ::getcwd(folder.data(), folder.size()) != nullptr ? folder.data() : "/";
-    if (task_.isToolTask && (!isRootsCall_ || task_.line.empty())) {
-        workingFolder_ = isFolder("/var/empty") ? "/var/empty" : "/";
-    }
-    plan_.commands = OVTaskCommands(task_, arguments_, services_);
-    for (const OVTaskRemoval& removal : task_.removals) {
-        if (removal.onlyFor.empty() || arguments_.front() == removal.onlyFor ||
-            arguments_.front() == lines::kAllBrowsers) {
-            take(removal);
-        }
-    }
-    takeArrivals();
+    names_.find();
     if (plan_.error == 0) {
-        dropCovered();
         measure();
         tell();
-        fold();
     }
-    plan_.unreadable.assign(unreadable_.begin(), unreadable_.end());
-}
-
-void Planner::take(const OVTaskRemoval& removal) {
-    switch (removal.way) {
-    case Way::shell:
-        return takeShell(removal);
-    case Way::list:
-    case Way::overwrite:
-        return takeList(removal);
-    case Way::find:
-    case Way::findFiles:
-    case Way::findEmptied:
-        return takeFound(removal);
-    case Way::damaged:
-        return takeDamaged(removal);
-    case Way::move:
-        return takeMoved(removal);
-    case Way::aside:
-        return takeAside(removal);
-    }
-}
-
-// --- names
-
-std::string Planner::atHome(std::string_view pattern) const {
-    if (!pattern.starts_with('~')) {
-        return std::string(pattern);
-    }
-    const std::string home = homeDirectoryOfUser(services_.calls.getuid()).value_or("/");
-    return stringByAppendingPathComponent(home, pattern.substr(1));
-}
-
-std::string Planner::inFolder(const std::string& path) const {
-    return path.starts_with('/') ? path : workingFolder_ + (workingFolder_ == "/" ? "" : "/") + path;
-}
-
-/// `glob` hands its caller nothing but a path.
-thread_local Paths* unreadableFolders = nullptr;
-
-int noteUnreadable(const char* path, int error) {
-    if (error == EACCES || error == EPERM) {
-        unreadableFolders->emplace_back(path);
-    }
-    return 0; // on with the others
-}
-
-/// What a pattern matches, by the same means as the runner's own globs.
-Paths Planner::expand(std::string_view pattern) {
-    const std::string text = atHome(pattern);
-    Paths unreadable;
-    unreadableFolders = &unreadable;
-    Paths paths = Globbing::arrayWithFilesMatchingPattern(text, "/", noteUnreadable);
-    unreadable_.insert(unreadable.begin(), unreadable.end());
-    if (::geteuid() != 0) {
-        noteUnsearchable(text);
-    }
-    return paths;
-}
-
-/// A folder that may be listed but not entered hides what is in it from a pattern without an error.
-void Planner::noteUnsearchable(const std::string& pattern) {
-    for (std::size_t star = pattern.find('*'); star != std::string::npos; star = pattern.find('*', star + 1)) {
-        const std::size_t end = pattern.find('/', star);
-        if (end == std::string::npos) {
-            return;
-        }
-        const std::size_t next = pattern.find('*', end);
-        const std::size_t literal = next == std::string::npos ? pattern.size() : pattern.rfind('/', next);
-        for (const std::string& path : Globbing::arrayWithFilesMatchingPattern(pattern.substr(0, end), "/")) {
-            struct stat status = {};
-            const std::string beneath = path + pattern.substr(end, literal - end);
-            if (literal > end && ::lstat(beneath.c_str(), &status) != 0 && errno == EACCES) {
-                unreadable_.insert(path);
-            }
-        }
-        star = literal;
-    }
-}
-
-/// Whether the program that gets the paths cannot be started, because they are too many: the shell says so.
-bool Planner::isTooLong(std::string_view pattern, const Paths& paths) const {
-    constexpr std::size_t kSurelyTaken = 65536;
-    const std::size_t size =
-        std::accumulate(paths.begin(), paths.end(), std::size_t{0},
-                        [](std::size_t sum, const std::string& path) { return sum + path.size(); });
-    if (size < kSurelyTaken) {
-        return false;
-    }
-    constexpr int kNotStarted = 126;
-    const OVCaptured captured = OVCapture(std::string(searchPath()).append("/usr/bin/true ").append(pattern), "",
-                                          services_.processInfo.temporaryDirectory());
-    return captured.error == 0 && WIFEXITED(captured.status) && WEXITSTATUS(captured.status) == kNotStarted;
-}
-
-void Planner::takeShell(const OVTaskRemoval& removal) {
-    for (const std::string_view pattern : removal.patterns) {
-        if (pattern.starts_with('@')) {
-            // No pattern: it stands in the line between quotes.
-            const std::string path = stringByAppendingPathComponent(arguments_.front(), pattern.substr(1));
-            if (existsAt(inFolder(path))) {
-                named_.push_back({.path = inFolder(path)});
-            }
-            continue;
-        }
-        Paths paths = expand(pattern);
-        std::erase_if(paths, [&](const std::string& path) { return aside_.contains(path); });
-        const bool isKept = isTooLong(pattern, paths);
-        for (std::string& path : paths) {
-            named_.push_back(
-                {.path = std::move(path), .fate = isKept ? Fate::kept : Fate::removed, .reason = isKept ? E2BIG : 0});
-        }
-    }
-}
-
-void Planner::takeList(const OVTaskRemoval& removal) {
-    for (const std::string_view pattern : removal.patterns) {
-        const Paths paths = pattern == "@" ? arguments_ : expand(pattern);
-        list_.insert(list_.end(), paths.begin(), paths.end());
-    }
-}
-
-/// The list as a whole, whatever it was made of.
-void Planner::takeArrivals() {
-    const bool isAfterDashes = isOverwritten();
-    OVArrivals arrivals = OVArrivals::ofNames(list_, searchPath(), services_.processInfo.temporaryDirectory());
-    setError(arrivals.error);
-    for (std::size_t index = 0; index < list_.size(); ++index) {
-        const bool isOption = !isAfterDashes && list_[index].starts_with('-');
-        Named named = {.path = isOption ? list_[index] : inFolder(list_[index])};
-        if (arrivals.kinds[index] == OVArrivals::Kind::takenApart) {
-            named.fate = Fate::takenApart;
-            named.becomes = std::move(arrivals.becomes[index]);
-        } else if (arrivals.kinds[index] == OVArrivals::Kind::lost) {
-            named.fate = Fate::kept;
-        } else if (isOption) {
-            named.fate = Fate::kept;
-            named.reason = EINVAL;
-        }
-        named_.push_back(std::move(named));
-    }
-    for (const std::string& word : arrivals.strangers) {
-        takeStranger(word, isAfterDashes);
-    }
-}
-
-/// A piece of a name: it goes if something is there by that name. Options and the folder itself are no names.
-void Planner::takeStranger(const std::string& word, bool isAfterDashes) {
-    std::string path = inFolder(word);
-    const bool isFolderMeant = word.ends_with('/');
-    path.resize(path.find_last_not_of('/') + 1);
-    const std::string name = lastPathComponent(path);
-    if (word.empty() || path.empty() || name == "." || name == ".." || (word.starts_with('-') && !isAfterDashes) ||
-        (isFolderMeant && !isFolder(path)) || !existsAt(path)) {
-        return;
-    }
-    named_.push_back({.path = std::move(path), .fate = Fate::found});
-}
-
-// --- find
-
-/// Where `find` begins.
-Paths Planner::starts(const OVTaskRemoval& removal) {
-    Paths paths;
-    for (const std::string_view pattern : removal.patterns) {
-        Paths some;
-        if (pattern == "@") {
-            some = {inFolder(arguments_.front())};
-        } else if (pattern.find('*') != std::string_view::npos) {
-            some = expand(pattern);
-        } else {
-            some = {atHome(pattern)};
-        }
-        std::move(some.begin(), some.end(), std::back_inserter(paths));
-    }
-    return paths;
-}
-
-/// The predicate's pattern for names. In a line it stands without quotes, so that the shell puts what matches it in the
-/// working folder in its place: one name is looked for itself, more are an error for `find`.
-Paths Planner::namePatterns(const OVTaskRemoval& removal) const {
-    if (removal.way == Way::find) {
-        const Paths here = Globbing::arrayWithFilesMatchingPattern(removal.predicate, workingFolder_);
-        if (here.size() > 1) {
-            return {};
-        }
-        if (here.size() == 1) {
-            return {lastPathComponent(here.front())};
-        }
-    }
-    return {std::string(removal.predicate)};
-}
-
-/// Whether `find -delete` leaves nothing in what it wants to delete: it deletes from the innermost on.
-bool Planner::isEmptied(const std::string& path, const OVTaskRemoval& removal, std::int32_t depth) const {
-    std::string at = path;
-    for (; isFolder(at); ++depth) {
-        const Paths names = namesIn(at);
-        if (names.empty()) {
-            return ::access(at.c_str(), R_OK) == 0;
-        }
-        if (names.size() > 1 || !matches(removal.predicate, names.front()) ||
-            (removal.maxDepth >= 0 && depth >= removal.maxDepth)) {
-            return false;
-        }
-        at += "/" + names.front();
-    }
-    return true;
-}
-
-void Planner::takeFound(const OVTaskRemoval& removal) {
-    const Paths patterns = namePatterns(removal);
-    if (patterns.empty()) {
-        return;
-    }
-    const std::string& pattern = patterns.front();
-    OVTreeWalk look({.progress = progress(), .visit = [&](const OVTreeWalk::Entry& entry) {
-                         const bool isMatch = matches(pattern, std::string(entry.name));
-                         const bool isFile = S_ISREG(entry.status.st_mode);
-                         if (isMatch && (removal.way != Way::findFiles || isFile)) {
-                             Named named = {.path = entry.path()};
-                             if (removal.way == Way::findEmptied && !isEmptied(named.path, removal, entry.depth)) {
-                                 named.fate = Fate::kept;
-                                 named.reason = ENOTEMPTY;
-                             }
-                             named_.push_back(std::move(named));
-                         }
-                         const bool isDeepest = removal.maxDepth >= 0 && entry.depth >= removal.maxDepth;
-                         return !isDeepest && !(isMatch && removal.way == Way::find);
-                     }});
-    std::vector<OVTreeWalk::Tree> trees;
-    for (std::string& path : starts(removal)) {
-        trees.push_back({.path = std::move(path)});
-    }
-    walk(look, trees, true);
-}
-
-void Planner::takeDamaged(const OVTaskRemoval& removal) {
-    std::string folders;
-    const Paths paths = starts(removal);
-    if (::geteuid() != 0) {
-        // What the planner's own `find` cannot look into.
-        OVTreeWalk look({.progress = progress()});
-        std::vector<OVTreeWalk::Tree> trees;
-        std::transform(paths.begin(), paths.end(), std::back_inserter(trees),
-                       [](const std::string& path) { return OVTreeWalk::Tree{.path = path}; });
-        walk(look, trees, true);
-    }
-    for (const std::string& path : paths) {
-        if (path.find_first_of("\"$`\\") != std::string::npos) {
-            setError(EINVAL); // the shell would act on it
-            return;
-        }
-        folders += stringWithFormat(lines::kQuotedFolder, {path});
-    }
-    constexpr std::string_view kRemover = " | xargs rm -fv";
-    static_assert(lines::kRemoveDamagedPreferences.ends_with(kRemover));
-    std::string_view format = lines::kRemoveDamagedPreferences;
-    format.remove_suffix(kRemover.size());
-    const std::string temporary = services_.processInfo.temporaryDirectory();
-    const OVCaptured damaged =
-        OVCapture(std::string(searchPath()) + stringWithFormat(format, {folders}), "", temporary);
-    setError(damaged.error);
-    if (damaged.output.empty() || plan_.error != 0) {
-        return;
-    }
-    const OVCaptured arrived =
-        OVCapture(std::string(searchPath()) + R"(xargs /usr/bin/printf '%s\0')", damaged.output, temporary);
-    setError(arrived.error);
-    const Paths words = OVPieces(arrived.output, '\0');
-    const std::unordered_set<std::string_view> whole(words.begin(), words.end());
-    const Paths names = OVPieces(damaged.output, '\n');
-    const std::unordered_set<std::string_view> known(names.begin(), names.end());
-    for (const std::string& name : names) {
-        const bool isPath = name.starts_with('/') && matches(removal.predicate, name);
-        if (!whole.contains(name)) {
-            const OVCaptured pieces =
-                OVCapture(std::string(searchPath()) + R"(xargs /usr/bin/printf '%s\n')", name, temporary);
-            named_.push_back({.path = name, .fate = Fate::takenApart, .becomes = pieces.output});
-            if (std::string& becomes = named_.back().becomes; becomes.ends_with('\n')) {
-                becomes.pop_back();
-            }
-        } else if (isPath && ::geteuid() != 0 && isByRoot_ && ::access(name.c_str(), R_OK) != 0) {
-            unreadable_.insert(name); // root may find it right
-        } else if (isPath && existsAt(name)) {
-            const bool isKept = isFolder(name);
-            named_.push_back(
-                {.path = name, .fate = isKept ? Fate::kept : Fate::removed, .reason = isKept ? EISDIR : 0});
-        } else if (!isPath) {
-            takeStranger(name, false);
-        }
-    }
-    for (const std::string& word : words) {
-        if (!known.contains(word) && !isFolder(inFolder(word))) {
-            takeStranger(word, false);
-        }
-    }
-}
-
-// --- moved
-
-void Planner::takeMoved(const OVTaskRemoval& removal) {
-    if (!options_.archiveDesktopPath || options_.archiveDesktopPath->empty()) {
-        setError(ENOENT);
-        return;
-    }
-    const std::string archive = stringByExpandingTildeInPath(*options_.archiveDesktopPath, services_.calls);
-    if (::access(archive.c_str(), W_OK | X_OK) != 0) {
-        setError(errno);
-        return;
-    }
-    const std::string folder = UniqueDestination::findUniqueDestinationForFile(
-        desktopArchiveName(services_.bundle(), services_.locale()), archive, services_.calls);
-    const std::string desktop = atHome(removal.patterns.front());
-    plan_.commands.push_back(OVCommandLine("/usr/bin/find", desktopArchiveArguments(desktop, folder)));
-    Keys keys;
-    const std::string target = keys.of(folder);
-    OVTreeWalk look({.visit = [&](const OVTreeWalk::Entry& entry) {
-        if (entry.depth == 1 && !matches(removal.predicate, std::string(entry.name))) {
-            Named named = {.path = entry.path(), .fate = Fate::moved};
-            named.becomes = stringByAppendingPathComponent(folder, entry.name);
-            if (liesIn(target, keys.of(named.path))) {
-                named.reason = EINVAL; // a folder cannot move into itself
-            } else if (S_ISDIR(entry.status.st_mode) && ::access(named.path.c_str(), W_OK) != 0) {
-                named.reason = errno; // it has an entry for the folder above it
-            }
-            if (named.reason != 0) {
-                named.fate = Fate::kept;
-                named.becomes.clear();
-            }
-            named_.push_back(std::move(named));
-        }
-        return entry.depth < removal.maxDepth;
-    }});
-    std::vector<OVTreeWalk::Tree> trees = {{.path = desktop}};
-    walk(look, trees, true);
-    std::sort(named_.begin(), named_.end(),
-              [](const Named& left, const Named& right) { return left.path < right.path; });
-}
-
-/// What is moved into the other folder comes back unless it could not go there: something is in its place that it
-/// cannot overwrite, and stays, while it is removed itself. What is overwritten there is gone, and what has such a name
-/// there anyway comes along.
-void Planner::takeAside(const OVTaskRemoval& removal) {
-    const std::string other(removal.predicate);
-    for (const std::string_view pattern : removal.patterns) {
-        for (const std::string& path : expand(pattern)) {
-            const std::string place = other + "/" + lastPathComponent(path);
-            if (existsAt(place)) {
-                const bool isOverFolder = isFolder(place);
-                if (isFolder(path) != isOverFolder || (isOverFolder && !namesIn(place).empty())) {
-                    continue;
-                }
-                named_.push_back({.path = place}); // and not moved back: what is named twice counts as it was first
-            }
-            aside_.insert(path);
-            named_.push_back({.path = path, .fate = Fate::kept});
-        }
-    }
-    for (const std::string_view pattern : removal.patterns) {
-        for (const std::string& path : expand(other + "/" + lastPathComponent(pattern))) {
-            const std::string becomes = folderOf(pattern) + "/" + lastPathComponent(path);
-            named_.push_back({.path = path, .fate = Fate::moved, .becomes = becomes});
-        }
-    }
-}
-
-// --- what is there
-
-std::function<bool(std::uint64_t)> Planner::progress() {
-    if (!options_.progress) {
-        return {};
-    }
-    return [this](std::uint64_t entries) { return options_.progress(seen_ + entries); };
-}
-
-bool Planner::walk(OVTreeWalk& walk, std::vector<OVTreeWalk::Tree>& trees, bool isLooked) {
-    plan_.isComplete = walk.walk(trees) && plan_.isComplete;
-    for (const OVTreeWalk::Tree& tree : trees) {
-        seen_ += tree.entries;
-        if (isLooked && (tree.error == EACCES || tree.error == EPERM)) {
-            unreadable_.insert(tree.path);
-        }
-    }
-    unreadable_.insert(walk.unreadable.begin(), walk.unreadable.end());
-    return plan_.isComplete;
-}
-
-/// What lies in something that goes, or was named before, is not told once more.
-void Planner::dropCovered() {
-    Keys keys;
-    std::vector<std::pair<std::string, std::size_t>> places;
-    places.reserve(named_.size());
-    for (std::size_t index = 0; index < named_.size(); ++index) {
-        places.emplace_back(keys.of(named_[index].path), index);
-    }
-    std::stable_sort(places.begin(), places.end(), [&](const auto& left, const auto& right) {
-        return left.first == right.first ? goes(named_[left.second].fate) && !goes(named_[right.second].fate)
-                                         : isBefore(left.first, right.first);
-    });
-    std::vector<bool> isDropped(named_.size());
-    const std::string* outer = nullptr;
-    for (const auto& [key, index] : places) {
-        if (outer != nullptr && (key == *outer || liesIn(key, *outer))) {
-            isDropped[index] = true;
-        } else if (goes(named_[index].fate)) {
-            outer = &key;
-        }
-    }
-    std::vector<Named> left;
-    for (std::size_t index = 0; index < named_.size(); ++index) {
-        if (!isDropped[index]) {
-            left.push_back(std::move(named_[index]));
-        }
-    }
-    named_ = std::move(left);
+    plan_.unreadable.assign(names_.unreadable.begin(), names_.unreadable.end());
 }
 
 /// Walks what goes, first with an eye on what cannot; what holds such things is taken to pieces and all is walked
 /// again.
 void Planner::measure() {
-    for (const Remover remover : {isByRoot_ ? Remover::root : Remover::user, Remover::nobody}) {
-        trees_.clear();
-        for (Named& named : named_) {
-            if (goes(named.fate)) {
-                named.tree = trees_.size();
-                trees_.push_back({.path = named.path});
-            }
-        }
-        OVTreeWalk look({.remover = remover, .overwrites = isOverwritten(), .progress = progress()});
-        if (!plan_.isComplete || !walk(look, trees_, false) || look.stuck.empty()) {
+    for (const Remover remover : {names_.isByRoot() ? Remover::root : Remover::user, Remover::nobody}) {
+        OVTreeWalk look({.remover = remover, .overwrites = names_.isOverwritten(), .progress = names_.progress()});
+        if (!plan_.isComplete || !names_.walk(look) || look.stuck.empty()) {
             return;
         }
         split(look.stuck);
@@ -675,46 +122,45 @@ void Planner::measure() {
 }
 
 void Planner::split(const std::vector<OVTreeWalk::Stuck>& stuck) {
-    std::vector<Named> pieces;
-    for (Named& named : named_) {
-        if (goes(named.fate)) {
-            splitOne(named, stuck, pieces);
+    std::vector<OVPlanName> pieces;
+    for (OVPlanName& named : names_.names) {
+        if (named.goes()) {
+            splitOne(std::move(named), stuck, pieces);
         } else {
             pieces.push_back(std::move(named));
         }
     }
-    named_ = std::move(pieces);
+    names_.names = std::move(pieces);
 }
 
 /// What of it stays, and the largest parts of it that go.
-void Planner::splitOne(const Named& named, const std::vector<OVTreeWalk::Stuck>& stuck,
-                       std::vector<Named>& into) const {
+void Planner::splitOne(OVPlanName named, const std::vector<OVTreeWalk::Stuck>& stuck, std::vector<OVPlanName>& into) {
     const auto behind = [&](const std::string& path) {
         return std::lower_bound(
             stuck.begin(), stuck.end(), path,
             [](const OVTreeWalk::Stuck& some, const std::string& text) { return some.path < text; });
     };
-    Paths left = {named.path};
+    std::vector<std::string> left = {std::move(named.tree.path)};
     while (!left.empty()) {
-        Named piece = named;
-        piece.path = std::move(left.back());
+        OVPlanName piece(std::move(left.back()), named.fate, named.reason, named.becomes());
         left.pop_back();
-        const auto own = behind(piece.path);
-        const auto inner = behind(piece.path + "/");
-        const std::int32_t error = own != stuck.end() && own->path == piece.path ? own->error : 0;
-        const bool isOpened = named.fate != Fate::moved &&
-                              (error != 0 || (inner != stuck.end() && inner->path.starts_with(piece.path + "/")));
-        if (isOpened && isFolder(piece.path)) {
-            Paths names = namesIn(piece.path);
+        const std::string& path = piece.tree.path;
+        const auto own = behind(path);
+        const auto inner = behind(path + "/");
+        const std::int32_t error = own != stuck.end() && own->path == path ? own->error : 0;
+        const bool isOpened =
+            named.fate != Fate::moved && (error != 0 || (inner != stuck.end() && inner->path.starts_with(path + "/")));
+        if (isOpened && OVIsFolder(path)) {
+            std::vector<std::string> names = OVNamesIn(path);
             std::reverse(names.begin(), names.end());
             for (const std::string& name : names) {
-                left.push_back(piece.path + "/" + name);
+                left.push_back(path + "/" + name);
             }
         }
         if (error != 0 || isOpened) {
             piece.fate = Fate::kept;
             piece.reason = error != 0 ? error : ENOTEMPTY;
-            piece.becomes.clear();
+            piece.become("");
         }
         into.push_back(std::move(piece));
     }
@@ -722,11 +168,12 @@ void Planner::splitOne(const Named& named, const std::vector<OVTreeWalk::Stuck>&
 
 /// Fills in the items and the sums.
 void Planner::tell() {
-    for (Named& named : named_) {
-        OVPlanItem item = {.path = std::move(named.path), .fate = named.fate, .becomes = std::move(named.becomes)};
+    Items items(plan_.items, options_.foldAbove);
+    for (OVPlanName& named : names_.names) {
+        OVTreeWalk::Tree& tree = named.tree;
+        OVPlanItem item = {.path = std::move(tree.path), .fate = named.fate, .becomes = named.becomes()};
         item.reason = named.reason;
-        if (goes(item.fate)) {
-            const OVTreeWalk::Tree& tree = trees_[named.tree];
+        if (named.goes()) {
             if (tree.error != 0 && plan_.isComplete) {
                 continue; // it has gone meanwhile
             }
@@ -745,38 +192,9 @@ void Planner::tell() {
         if (options_.eachItem) {
             options_.eachItem(item);
         }
-        plan_.items.push_back(std::move(item));
+        items.add(std::move(item));
     }
-}
-
-/// As often as it takes: what shares its fate and its folder becomes one item, the folder.
-void Planner::fold() {
-    const auto isFolded = [](const OVPlanItem& item) { return item.fate != Fate::takenApart && item.path != "/"; };
-    while (plan_.items.size() > options_.foldAbove && std::any_of(plan_.items.begin(), plan_.items.end(), isFolded)) {
-        std::vector<OVPlanItem> folded;
-        std::map<std::pair<Fate, std::string>, std::size_t> places;
-        for (OVPlanItem& item : plan_.items) {
-            if (!isFolded(item)) {
-                folded.push_back(std::move(item));
-                continue;
-            }
-            const std::string folder = folderOf(item.path);
-            const auto [place, isNew] = places.try_emplace({item.fate, folder}, folded.size());
-            if (isNew) {
-                item.path = folder;
-                item.kind = Kind::folder;
-                item.becomes = item.fate == Fate::moved ? folderOf(item.becomes) : "";
-                folded.push_back(std::move(item));
-            } else {
-                OVPlanItem& sum = folded[place->second];
-                sum.bytes += item.bytes;
-                sum.entries += item.entries;
-                sum.modified = std::max(sum.modified, item.modified);
-            }
-        }
-        plan_.items = std::move(folded);
-        plan_.isFolded = true;
-    }
+    plan_.isFolded = items.isFolded();
 }
 
 } // namespace

@@ -19,8 +19,12 @@ namespace {
 
 constexpr std::size_t kExamples = 3;
 
+/// What stands before each path in a list.
+using Numbers = std::array<std::uint64_t, 5>;
+
 bool goes(const OVPlanItem& item) {
-    return item.fate == OVPlanItem::Fate::removed || item.fate == OVPlanItem::Fate::moved;
+    return item.fate == OVPlanItem::Fate::removed || item.fate == OVPlanItem::Fate::moved ||
+           item.fate == OVPlanItem::Fate::found;
 }
 
 std::string_view fateName(OVPlanItem::Fate fate) {
@@ -82,7 +86,7 @@ bool note(Planned::Task& task, FreeSpace& space, const OVPlanItem& item) {
     }
     task.moves = item.fate == OVPlanItem::Fate::moved;
     struct stat status = {};
-    ItemList::Item planned = {item.path, item.bytes, 0, 0};
+    ItemList::Item planned = {item.path, item.bytes, item.entries, 0, 0};
     if (::lstat(item.path.c_str(), &status) == 0) {
         planned.device = status.st_dev;
         planned.number = status.st_ino;
@@ -131,23 +135,27 @@ ItemList::ItemList() : file_(std::tmpfile()) {
 }
 
 bool ItemList::add(const Item& item) {
-    const std::array<std::uint64_t, 4> numbers = {item.path.size(), item.bytes, static_cast<std::uint64_t>(item.device),
-                                                  static_cast<std::uint64_t>(item.number)};
+    const Numbers numbers = {item.path.size(), item.bytes, item.entries, static_cast<std::uint64_t>(item.device),
+                             static_cast<std::uint64_t>(item.number)};
     return std::fwrite(numbers.data(), sizeof numbers, 1, file_.get()) == 1 &&
            std::fwrite(item.path.data(), 1, item.path.size(), file_.get()) == item.path.size();
 }
 
-void ItemList::forEach(const std::function<void(const Item&)>& use) const {
+void ItemList::rewind() const {
     std::rewind(file_.get());
-    std::array<std::uint64_t, 4> numbers = {};
-    while (std::fread(numbers.data(), sizeof numbers, 1, file_.get()) == 1) {
-        Item item = {std::string(static_cast<std::size_t>(numbers[0]), '\0'), numbers[1],
-                     static_cast<dev_t>(numbers[2]), static_cast<ino_t>(numbers[3])};
-        if (std::fread(item.path.data(), 1, item.path.size(), file_.get()) != item.path.size()) {
-            return;
-        }
-        use(item);
+}
+
+std::optional<ItemList::Item> ItemList::next() const {
+    Numbers numbers = {};
+    if (std::fread(numbers.data(), sizeof numbers, 1, file_.get()) != 1) {
+        return std::nullopt;
     }
+    Item item = {std::string(static_cast<std::size_t>(numbers[0]), '\0'), numbers[1], numbers[2],
+                 static_cast<dev_t>(numbers[3]), static_cast<ino_t>(numbers[4])};
+    if (std::fread(item.path.data(), 1, item.path.size(), file_.get()) != item.path.size()) {
+        return std::nullopt;
+    }
+    return item;
 }
 
 std::uint64_t Planned::sum(std::uint64_t OVTaskPlan::*count) const {

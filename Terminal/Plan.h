@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,7 @@ class ItemList {
     struct Item {
         std::string path;
         std::uint64_t bytes = 0;
+        std::uint64_t entries = 0; ///< files and folders, itself included
         dev_t device = 0;
         ino_t number = 0; ///< of the file: another one at that path was made since
     };
@@ -33,7 +35,11 @@ class ItemList {
     ItemList();
     /// False when the file took it not whole (`errno`).
     [[nodiscard]] bool add(const Item& item);
-    void forEach(const std::function<void(const Item&)>& use) const;
+
+    /// Begins with the first again. There is one place in the file: one thread at a time.
+    void rewind() const;
+    /// The next one; nothing behind the last.
+    [[nodiscard]] std::optional<Item> next() const;
 
   private:
     struct Close {

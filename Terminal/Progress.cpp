@@ -20,6 +20,9 @@ using namespace std::chrono_literals;
 constexpr auto kTick = 100ms;
 constexpr auto kSilence = 2s;
 constexpr auto kBetweenEvents = 1s;
+/// So many items are looked at ten times a second: few enough to cost nothing, and more than a run leaves behind
+/// itself.
+constexpr std::size_t kMostAwaited = 1000;
 constexpr std::size_t kMostComplaints = 1000;
 constexpr std::size_t kMostLastLines = 10;
 constexpr std::size_t kLongestLine = 65536;
@@ -80,13 +83,14 @@ void Progress::seen(std::uint64_t entries) {
     entries_ = entries;
 }
 
-void Progress::run(const std::string& task, const OVTaskPlan& plan, bool showsOutput, const FreeSpace& space) {
+void Progress::run(const Planned::Task& task, bool showsOutput, const FreeSpace& space) {
     const std::lock_guard lock(mutex_);
     isLooking_ = false;
-    task_ = task;
-    plan_ = &plan;
-    next_ = 0;
-    goneBefore_ = 0;
+    task_ = nameOf(task.job);
+    planned_ = &task;
+    task.items.rewind();
+    awaited_.clear();
+    gone_ = 0;
     entries_ = 0;
     showsOutput_ = showsOutput;
     space_ = &space;
@@ -158,25 +162,32 @@ void Progress::work() {
     }
 }
 
-/// The tool keeps back what some of its programs print until they have ended. The items go in the plan's order.
+/// The tool keeps back what some of its programs print until they have ended. The items go in the plan's order, one
+/// here and there stays.
 void Progress::countWhatIsGone() {
-    struct stat status = {};
-    const auto isGone = [&status](const OVPlanItem& item) {
-        return ::lstat(item.path.c_str(), &status) != 0 && errno == ENOENT;
-    };
-    while (plan_ != nullptr && next_ < plan_->items.size()) {
-        const OVPlanItem& item = plan_->items[next_];
-        const bool goes = item.fate == OVPlanItem::Fate::removed || item.fate == OVPlanItem::Fate::moved;
-        if (goes && !isGone(item)) {
-            return;
-        }
-        goneBefore_ += goes ? item.entries : 0;
-        ++next_;
+    if (planned_ == nullptr) {
+        return;
     }
+    std::size_t count = 0;
+    do {
+        while (awaited_.size() < kMostAwaited) {
+            std::optional<ItemList::Item> item = planned_->items.next();
+            if (!item) {
+                break;
+            }
+            awaited_.push_back(std::move(*item));
+        }
+        count = std::erase_if(awaited_, [this](const ItemList::Item& item) {
+            struct stat status = {};
+            const bool isGone = ::lstat(item.path.c_str(), &status) != 0 && errno == ENOENT;
+            gone_ += isGone ? item.entries : 0;
+            return isGone;
+        });
+    } while (count > kMostAwaited / 2);
 }
 
 std::uint64_t Progress::done() const {
-    return std::min(std::max(entries_, goneBefore_), plan_ != nullptr ? plan_->entries : 0);
+    return std::min(std::max(entries_, gone_), planned_ != nullptr ? planned_->plan.entries : 0);
 }
 
 void Progress::tick() {
@@ -194,14 +205,14 @@ void Progress::tick() {
             program_ = youngest != nullptr && youngest->processID != ::getpid() ? youngest->name : "";
         }
     }
-    if (isDrawn_ && (isLooking_ || plan_ != nullptr)) {
+    if (isDrawn_ && (isLooking_ || planned_ != nullptr)) {
         draw(lineNow());
     }
-    if (isDue && session_.json && plan_ != nullptr) {
+    if (isDue && session_.json && planned_ != nullptr) {
         session_.event({{"event", "progress"},
                         {"task", task_},
                         {"entriesDone", done()},
-                        {"entriesPlanned", plan_ != nullptr ? plan_->entries : 0},
+                        {"entriesPlanned", planned_ != nullptr ? planned_->plan.entries : 0},
                         {"freedBytes", freed_},
                         {"seconds", secondsSince(began_)},
                         {"program", program_.empty() ? Json() : Json(shown(program_))}});
@@ -221,8 +232,8 @@ std::string Progress::lineNow() const {
     if (Interrupts::signal() != 0) {
         line += "  " + translated("stopping (Ctrl-C once more: do not wait)");
     }
-    if (plan_ != nullptr && plan_->entries > 0) {
-        line += "  " + translated("{} of {}", done(), plan_->entries);
+    if (planned_ != nullptr && planned_->plan.entries > 0) {
+        line += "  " + translated("{} of {}", done(), planned_->plan.entries);
     }
     if (freed_ > 0) {
         line += "  " + translated("{} freed", bytesText(static_cast<std::uint64_t>(freed_)));

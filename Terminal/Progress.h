@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Support/OVLog.h"
-#include "Tasks/OVTaskPlan.h"
 #include "Terminal/FreeSpace.h"
+#include "Terminal/Plan.h"
 #include "Terminal/Session.h"
 
 #include <chrono>
@@ -35,8 +35,9 @@ class Progress final : private OVLogSink {
     void look();
     void seen(std::uint64_t entries);
 
-    /// From here on it says how far this task is. Plan and space must live until the next or the end.
-    void run(const std::string& task, const OVTaskPlan& plan, bool showsOutput, const FreeSpace& space);
+    /// From here on it says how far this task is. All must live until the next or the end, and nobody else may read the
+    /// items meanwhile.
+    void run(const Planned::Task& task, bool showsOutput, const FreeSpace& space);
     /// A piece of the task's output, cut anywhere.
     void received(std::string_view output);
     /// Ends the task's output.
@@ -78,9 +79,9 @@ class Progress final : private OVLogSink {
     bool showsOutput_ = false;
     std::string task_;
     std::uint64_t entries_ = 0;
-    const OVTaskPlan* plan_ = nullptr;
-    std::size_t next_ = 0;         ///< the first of the plan's items that was there at the last look
-    std::uint64_t goneBefore_ = 0; ///< files and folders in the items before it
+    const Planned::Task* planned_ = nullptr;
+    std::vector<ItemList::Item> awaited_; ///< the next of the planned items that were there at the last look
+    std::uint64_t gone_ = 0;              ///< files and folders in those that were not
     const FreeSpace* space_ = nullptr;
     std::int64_t freed_ = 0;
     std::string program_; ///< that runs while nothing is heard

@@ -318,7 +318,7 @@ void Run::runTask(const Planned::Task& task) {
     {
         Progress progress(session_, [this] { giveUp(); });
         const bool showsOutput = session_.verbose || job.task->tier == OVTaskTier::reads;
-        progress.run(nameOf(job), task.plan, showsOutput, space_);
+        progress.run(task, showsOutput, space_);
         const auto owner = std::make_shared<Owner>(progress, stop_, job, choices_.plan);
         std::int32_t status = 0;
         std::int32_t error = 0;
@@ -369,25 +369,26 @@ void Run::recordItem(const std::string& path, std::uint64_t bytes, std::string_v
 
 /// Which of the planned items are still there, and why.
 void Run::check(const Planned::Task& task, bool wasRun, const std::deque<std::string>& complaints) {
-    task.items.forEach([&](const ItemList::Item& item) {
+    task.items.rewind();
+    while (const std::optional<ItemList::Item> item = task.items.next()) {
         struct stat status = {};
         const bool isThere =
-            ::lstat(item.path.c_str(), &status) == 0 && status.st_dev == item.device && status.st_ino == item.number;
+            ::lstat(item->path.c_str(), &status) == 0 && status.st_dev == item->device && status.st_ino == item->number;
         if (!isThere) {
             ++result_.removed;
-            recordItem(item.path, item.bytes, "removed");
-            return;
+            recordItem(item->path, item->bytes, "removed");
+            continue;
         }
         ++result_.left;
-        recordItem(item.path, item.bytes, "left");
+        recordItem(item->path, item->bytes, "left");
         if (result_.shownLeft.size() < kMostShown) {
-            std::string reason = reasonFor(item.path, complaints);
+            std::string reason = reasonFor(item->path, complaints);
             if (reason.empty() && wasRun && !result_.wasStopped) {
                 reason = translated("no program said why");
             }
-            result_.shownLeft.push_back({item.path, reason});
+            result_.shownLeft.push_back({item->path, reason});
         }
-    });
+    }
 }
 
 Json Run::jsonOfResult(std::string_view outcome, int exitStatus) const {
@@ -523,18 +524,23 @@ int Run::perform() {
     return result_.exitStatus();
 }
 
-void needTool(const Session& session, const std::vector<Job>& jobs) {
+void needTool(Session& session, const std::vector<Job>& jobs) {
     if (std::none_of(jobs.begin(), jobs.end(), [](const Job& job) { return job.task->isToolTask; })) {
         return;
     }
     const OVToolClient client = session.client();
-    const OVToolClient::State state = client.state();
+    const OVToolClient::State state = Session::stateOf(client);
     if (state == OVToolClient::State::notSetUp) {
         throw CommandError(kNotPermitted, stateSentence(client, state) + " " +
                                               translated("`orvane setup` sets it up, or: {}", client.setUpCommand()));
     }
     if (state == OVToolClient::State::missing || state == OVToolClient::State::ignoredSetUID) {
         throw CommandError(kNotPermitted, stateSentence(client, state));
+    }
+    if (state == OVToolClient::State::older) {
+        session.console.complain(stateSentence(client, state) + " " +
+                                 translated("It may do other things than are planned here; `orvane setup` replaces "
+                                            "it."));
     }
 }
 

@@ -68,6 +68,11 @@ std::string argumentOf(const OVTaskDescription& task, const std::string& word) {
 
 } // namespace
 
+OVToolClient::State Session::stateOf(const OVToolClient& client) {
+    const std::optional<std::string> newest = OVToolClient::broughtAlong();
+    return client.state(newest ? newest->c_str() : nullptr);
+}
+
 std::vector<Job> jobsOf(const std::vector<std::string>& words) {
     std::vector<Job> jobs;
     for (std::size_t next = 0; next < words.size();) {
@@ -126,7 +131,8 @@ std::string stateSentence(const OVToolClient& client, OVToolClient::State state)
     case OVToolClient::State::ignoredSetUID:
         return translated("The tool {} is set up, but its volume does not let programs become root.", path);
     case OVToolClient::State::older:
-        return translated("The tool {} is ready, but another version than this one.", path);
+        return translated("The tool {} is ready, but another version than {}, which came with this program.", path,
+                          shown(OVToolClient::broughtAlong().value_or("")));
     case OVToolClient::State::ready:
         return translated("The tool {} is ready.", path);
     }

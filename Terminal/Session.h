@@ -45,6 +45,8 @@ struct Session {
 
     /// The tool that is used.
     [[nodiscard]] OVToolClient client() const { return OVToolClient::find(tool); }
+    /// Its state, with an eye on the tool that came with this program.
+    static OVToolClient::State stateOf(const OVToolClient& client);
 
     /// Prints what a command answers with `--json`: one line, with the version and the command's name before it.
     void answer(const Json& members) { event(members); }

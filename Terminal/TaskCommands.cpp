@@ -92,7 +92,7 @@ std::string_view systemsWithout(std::string_view program) {
 
 int showOverview(Session& session) {
     const OVToolClient client = session.client();
-    const OVToolClient::State state = client.state();
+    const OVToolClient::State state = Session::stateOf(client);
     const std::optional<std::uint64_t> disk = freeBytesAt("/");
     const std::int64_t memory = OVMemoryStatistics::freeMemoryCount();
     if (session.json) {
@@ -106,7 +106,9 @@ int showOverview(Session& session) {
     }
     Console& console = session.console;
     console.print(stateSentence(client, state));
-    if (state != OVToolClient::State::ready) {
+    if (state == OVToolClient::State::older) {
+        console.print(translated("`orvane setup` replaces it."));
+    } else if (state != OVToolClient::State::ready) {
         console.print(translated("`orvane setup` says more."));
     }
     console.print(translated("Free: {} of disk, {} of memory.", disk ? bytesText(*disk) : "?",

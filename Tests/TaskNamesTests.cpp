@@ -55,14 +55,14 @@ TEST(TaskNamesTest, PlainNamesArriveWhole) {
 TEST(TaskNamesTest, ANewlineMakesTwo) {
     const OVArrivals result = arrivals({"/a", "/b\nc", "/d"});
     EXPECT_EQ(result.kinds, (std::vector<Kind>{Kind::whole, Kind::takenApart, Kind::whole}));
-    EXPECT_EQ(result.becomes[1], "/b\nc");
+    EXPECT_EQ(result.becomes.at(1), "/b\nc");
     EXPECT_EQ(result.strangers, (Strings{"/b", "c"}));
 }
 
 TEST(TaskNamesTest, AQuoteWithoutAnotherEndsTheList) {
     const OVArrivals result = arrivals({"/a", "/it's", "/b", "/c", "/d\ne"});
     EXPECT_EQ(result.kinds, (std::vector<Kind>{Kind::whole, Kind::takenApart, Kind::lost, Kind::lost, Kind::lost}));
-    EXPECT_EQ(result.becomes[1], "");
+    EXPECT_EQ(result.becomes.at(1), "");
 }
 
 TEST(TaskNamesTest, ABackslashAtTheEndJoinsTheNextName) {

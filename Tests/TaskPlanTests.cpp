@@ -213,6 +213,38 @@ TEST_F(TaskPlanTest, ManyItemsAreFoldedByFolderAndEachIsStillHandedOut) {
     EXPECT_EQ(planOf("forceDeleteFiles", paths).items.size(), 1U) << "by the next folder";
 }
 
+/// Whatever the limit, no more levels are folded than it takes, and nothing is lost or counted twice.
+TEST_F(TaskPlanTest, IsFoldedAsLittleAsItTakes) {
+    Strings paths;
+    for (int number = 0; number < 60; ++number) {
+        const std::string inner = "top/" + std::to_string(number % 2) + "/" + std::to_string(number % 6);
+        folder.makeFolder(inner);
+        paths.push_back(folder.makeFile(inner + "/" + std::to_string(number), "x"));
+    }
+    paths.push_back(folder.makeFile("odd\nname"));
+    const auto foldedAt = [&](std::size_t most) {
+        options.foldAbove = most;
+        const OVTaskPlan plan = planOf("forceDeleteFiles", paths);
+        std::uint64_t entries = 0;
+        for (const OVPlanItem& item : plan.items) {
+            entries += item.fate == Fate::removed ? item.entries : 0;
+        }
+        EXPECT_EQ(entries, 60U) << most;
+        EXPECT_EQ(plan.itemCount, 60U);
+        EXPECT_EQ(plan.isFolded, most < 61) << most;
+        return items(plan);
+    };
+    EXPECT_EQ(foldedAt(61).size(), 61U);
+    EXPECT_EQ(foldedAt(60), (Strings{"removed top/0/0", "removed top/1/1", "removed top/0/2", "removed top/1/3",
+                                     "removed top/0/4", "removed top/1/5", "taken apart odd\nname"}));
+    EXPECT_EQ(foldedAt(7).size(), 7U);
+    EXPECT_EQ(foldedAt(6), (Strings{"removed top/0", "removed top/1", "taken apart odd\nname"}));
+    EXPECT_EQ(foldedAt(3).size(), 3U);
+    EXPECT_EQ(foldedAt(2), (Strings{"removed top", "taken apart odd\nname"}));
+    EXPECT_EQ(foldedAt(1), (Strings{"removed /", "taken apart odd\nname"})) << "what is taken apart is never folded";
+    EXPECT_EQ(foldedAt(0).size(), 2U);
+}
+
 TEST_F(TaskPlanTest, ProgressIsToldOfAndMayEndIt) {
     folder.makeFolder("tree/a/b");
     std::uint64_t told = 0;

@@ -349,12 +349,20 @@ TEST(TerminalJobs, EveryTaskOfTheLibraryCanBeRun) {
 
 TEST(TerminalItems, ComeBackAsTheyWere) {
     ItemList list;
-    ASSERT_TRUE(list.add({"/a\nb", 7, 1, 2}));
-    ASSERT_TRUE(list.add({"", 0, 0, 0}));
+    ASSERT_TRUE(list.add({"/a\nb", 7, 3, 1, 2}));
+    ASSERT_TRUE(list.add({"", 0, 0, 0, 0}));
     for (int round = 0; round < 2; ++round) {
-        Strings paths;
-        list.forEach([&](const ItemList::Item& item) { paths.push_back(item.path + std::to_string(item.bytes)); });
-        EXPECT_EQ(paths, (Strings{"/a\nb7", "0"}));
+        list.rewind();
+        const auto first = list.next();
+        ASSERT_TRUE(first.has_value());
+        EXPECT_EQ(first->path, "/a\nb");
+        EXPECT_EQ(first->bytes, 7U);
+        EXPECT_EQ(first->entries, 3U);
+        EXPECT_EQ(first->device, 1U);
+        EXPECT_EQ(first->number, 2U);
+        EXPECT_EQ(list.next().value_or(ItemList::Item{"none"}).path, "");
+        EXPECT_FALSE(list.next().has_value());
+        EXPECT_FALSE(list.next().has_value());
     }
 }
 

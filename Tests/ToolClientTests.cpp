@@ -53,8 +53,13 @@ class FileCalls final : public PosixSystemCalls {
         errno = EACCES;
         return accessResult;
     }
+    int open(const char* path, int flags, mode_t mode) override {
+        const auto file = contents.find(path);
+        return PosixSystemCalls::open(file != contents.end() ? file->second.c_str() : path, flags, mode);
+    }
 
     std::map<std::string, mode_t> modes;
+    std::map<std::string, std::string> contents; ///< the file that has what is read at a path
     uid_t owner = 0;
     int accessResult = 0;
 };
@@ -138,6 +143,38 @@ TEST_F(ToolStateTest, FindsTheFirstThatIsReadyElseTheFirstElseTheLastPlace) {
     EXPECT_EQ(OVToolClient::find("/given", services).path(), "/given");
 }
 
+TEST_F(ToolStateTest, WhatCameAlongLiesBesideTheExecutableOrInLibexec) {
+    const auto along = [&] { return OVToolClient::broughtAlong(services); };
+    executable.path = "/opt/own/bin/host";
+    EXPECT_EQ(along(), std::nullopt);
+    calls.modes["/opt/own/libexec/OrvaneTool"] = S_IFREG | 0755;
+    EXPECT_EQ(along(), "/opt/own/libexec/OrvaneTool");
+    calls.modes["/opt/own/bin/OrvaneTool"] = S_IFDIR | 0755;
+    EXPECT_EQ(along(), "/opt/own/libexec/OrvaneTool");
+    calls.modes["/opt/own/bin/OrvaneTool"] = S_IFREG | 0755;
+    EXPECT_EQ(along(), "/opt/own/bin/OrvaneTool");
+    executable.path = "/host";
+    calls.modes["/OrvaneTool"] = S_IFREG | 0755;
+    EXPECT_EQ(along(), "/OrvaneTool");
+    executable.path.reset();
+    EXPECT_EQ(along(), std::nullopt);
+}
+
+TEST_F(ToolStateTest, FindsAnOlderOneOnlyWhereNoneIsReady) {
+    const Folder folder;
+    const Strings places = OVToolClient::places(std::nullopt, executable);
+    calls.contents = {{places[0], folder.makeFile("new", "new")},
+                      {places[1], folder.makeFile("old", "old")},
+                      {places[2], folder.at("new")}};
+    calls.modes = {{places[0], S_IFREG | 0755}, {places[1], kReady}};
+    const auto found = [&] { return OVToolClient::find(std::nullopt, services).path(); };
+    EXPECT_EQ(found(), places[1]) << "older is better than not set up";
+    calls.modes[places[2]] = kReady;
+    EXPECT_EQ(found(), places[2]);
+    calls.contents[places[2]] = folder.at("old");
+    EXPECT_EQ(found(), places[1]) << "the first of two";
+}
+
 TEST_F(ToolStateTest, TellsCommandsForAShell) {
     const auto commands = [&](const char* path) {
         const OVToolClient client(path, services);
@@ -147,6 +184,9 @@ TEST_F(ToolStateTest, TellsCommandsForAShell) {
               (Strings{"sudo /usr/local/libexec/OrvaneTool repairPriviliges",
                        "sudo /usr/local/libexec/OrvaneTool surrenderPriviliges"}));
     EXPECT_EQ(commands("/It's a \"$HOME\"/OrvaneTool")[0], R"(sudo '/It'\''s a "$HOME"/OrvaneTool' repairPriviliges)");
+    EXPECT_EQ(OVToolClient(kTool, services).replaceCommand("/My Apps/OrvaneTool"),
+              "sudo /somewhere/OrvaneTool surrenderPriviliges && "
+              "sudo /usr/bin/install -o root -m 4555 '/My Apps/OrvaneTool' /somewhere/OrvaneTool");
     EXPECT_EQ(commands("OrvaneTool")[0], "sudo ./OrvaneTool repairPriviliges");
     EXPECT_EQ(commands("-n/OrvaneTool")[0], "sudo ./-n/OrvaneTool repairPriviliges");
 }
@@ -159,8 +199,24 @@ TEST_F(ToolStateTest, IsSetUpAndSurrenderedByAnAuthorizationForItsPath) {
     EXPECT_NE(all.find(", /somewhere/OrvaneTool, 0, [repairPriviliges])"), std::string::npos) << all;
     EXPECT_NE(all.find(", /somewhere/OrvaneTool, 0, [surrenderPriviliges])"), std::string::npos) << all;
     EXPECT_NE(all.find("system.privilege.admin=/somewhere/OrvaneTool"), std::string::npos) << all;
+    events.clear();
+    EXPECT_EQ(client.replace("-new/tool"), 0);
+    Strings runs;
+    std::copy_if(events.begin(), events.end(), std::back_inserter(runs),
+                 [](const std::string& event) { return event.starts_with("execute"); });
+    ASSERT_EQ(runs.size(), 2U);
+    EXPECT_TRUE(runs[0].ends_with(", /somewhere/OrvaneTool, 0, [surrenderPriviliges])")) << runs[0];
+    EXPECT_TRUE(
+        runs[1].ends_with(", /usr/bin/install, 0, [-o], [root], [-m], [4555], [./-new/tool], [/somewhere/OrvaneTool])"))
+        << runs[1];
     authorization.copyRightsStatus = kAuthorizationCanceled;
     const RecordingLog log;
+    events.clear();
+    EXPECT_EQ(client.replace("/new"), kAuthorizationCanceled);
+    EXPECT_EQ(std::count_if(events.begin(), events.end(),
+                            [](const std::string& event) { return event.starts_with("copyRights"); }),
+              1)
+        << "asked on after a no";
     EXPECT_EQ(client.setUp(), kAuthorizationCanceled);
     EXPECT_EQ(client.surrender(), kAuthorizationCanceled);
 }
