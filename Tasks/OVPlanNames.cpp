@@ -30,9 +30,9 @@ using Way = OVTaskRemoval::Way;
 using Fate = OVPlanItem::Fate;
 using Paths = std::vector<std::string>;
 
-bool existsAt(const std::string& path) {
-    struct stat status = {};
-    return ::lstat(path.c_str(), &status) == 0;
+/// Whether the error says that there is nothing, rather than that it could not be looked at.
+bool isGone(std::int32_t error) {
+    return error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENAMETOOLONG;
 }
 
 bool matches(std::string_view pattern, const std::string& text) {
@@ -108,19 +108,20 @@ bool OVIsFolder(const std::string& path) {
     return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-/// The names in a folder, sorted; none where it cannot be read.
-Paths OVNamesIn(const std::string& folder) {
+Paths OVNamesIn(const std::string& folder, std::set<std::string>& unreadable) {
     Paths names;
-    DIR* const entries = ::opendir(folder.c_str());
-    while (entries != nullptr) {
-        const dirent* const entry = ::readdir(entries); // NOLINT(concurrency-mt-unsafe): a stream of its own
-        if (entry == nullptr) {
-            ::closedir(entries);
-            break;
-        }
+    const std::unique_ptr<DIR, int (*)(DIR*)> entries(::opendir(folder.c_str()), ::closedir);
+    const auto next = [&] {
+        errno = entries != nullptr ? 0 : errno;
+        return entries != nullptr ? ::readdir(entries.get()) : nullptr; // NOLINT(concurrency-mt-unsafe): its own
+    };
+    while (const dirent* const entry = next()) {
         if (const std::string_view name = entry->d_name; name != "." && name != "..") {
             names.emplace_back(name);
         }
+    }
+    if (errno != 0 && !isGone(errno)) {
+        unreadable.insert(folder);
     }
     std::sort(names.begin(), names.end());
     return names;
@@ -223,7 +224,7 @@ namespace {
 thread_local Paths* unreadableFolders = nullptr;
 
 int noteUnreadable(const char* path, int error) {
-    if (error == EACCES || error == EPERM) {
+    if (!isGone(error)) {
         unreadableFolders->emplace_back(path);
     }
     return 0; // on with the others
@@ -256,12 +257,22 @@ void OVPlanNames::noteUnsearchable(const std::string& pattern) {
         for (const std::string& path : Globbing::arrayWithFilesMatchingPattern(pattern.substr(0, end), "/")) {
             struct stat status = {};
             const std::string beneath = path + pattern.substr(end, literal - end);
-            if (literal > end && ::lstat(beneath.c_str(), &status) != 0 && errno == EACCES) {
+            if (literal > end && ::lstat(beneath.c_str(), &status) != 0 && !isGone(errno)) {
                 unreadable.insert(path);
             }
         }
         star = literal;
     }
+}
+
+/// A folder in which nothing can be looked at is told.
+bool OVPlanNames::isThere(const std::string& path) {
+    struct stat status = {};
+    const bool isThere = ::lstat(path.c_str(), &status) == 0;
+    if (!isThere && !isGone(errno)) {
+        unreadable.insert(OVFolderOf(path));
+    }
+    return isThere;
 }
 
 /// Whether the program that gets the paths cannot be started, because they are too many: the shell says so.
@@ -284,7 +295,7 @@ void OVPlanNames::takeShell(const OVTaskRemoval& removal) {
         if (pattern.starts_with('@')) {
             // No pattern: it stands in the line between quotes.
             const std::string path = stringByAppendingPathComponent(arguments_.front(), pattern.substr(1));
-            if (existsAt(inFolder(path))) {
+            if (isThere(inFolder(path))) {
                 names.emplace_back(inFolder(path));
             }
             continue;
@@ -339,7 +350,7 @@ void OVPlanNames::takeStranger(const std::string& word, bool isAfterDashes) {
     path.resize(path.find_last_not_of('/') + 1);
     const std::string name = lastPathComponent(path);
     if (word.empty() || path.empty() || name == "." || name == ".." || (word.starts_with('-') && !isAfterDashes) ||
-        (isFolderMeant && !OVIsFolder(path)) || !existsAt(path)) {
+        (isFolderMeant && !OVIsFolder(path)) || !isThere(path)) {
         return;
     }
     names.emplace_back(std::move(path), Fate::found);
@@ -380,10 +391,10 @@ Paths OVPlanNames::namePatterns(const OVTaskRemoval& removal) const {
 }
 
 /// Whether `find -delete` leaves nothing in what it wants to delete: it deletes from the innermost on.
-bool OVPlanNames::isEmptied(const std::string& path, const OVTaskRemoval& removal, std::int32_t depth) const {
+bool OVPlanNames::isEmptied(const std::string& path, const OVTaskRemoval& removal, std::int32_t depth) {
     std::string at = path;
     for (; OVIsFolder(at); ++depth) {
-        const Paths inside = OVNamesIn(at);
+        const Paths inside = OVNamesIn(at, unreadable);
         if (inside.empty()) {
             return ::access(at.c_str(), R_OK) == 0;
         }
@@ -464,7 +475,7 @@ void OVPlanNames::takeDamaged(const OVTaskRemoval& removal) {
             names.emplace_back(name, Fate::takenApart, 0, std::move(becomes));
         } else if (isPath && ::geteuid() != 0 && isByRoot_ && ::access(name.c_str(), R_OK) != 0) {
             unreadable.insert(name); // root may find it right
-        } else if (isPath && existsAt(name)) {
+        } else if (isPath && isThere(name)) {
             const bool isKept = OVIsFolder(name);
             names.emplace_back(name, isKept ? Fate::kept : Fate::removed, isKept ? EISDIR : 0);
         } else if (!isPath) {
@@ -524,9 +535,9 @@ void OVPlanNames::takeAside(const OVTaskRemoval& removal) {
     for (const std::string_view pattern : removal.patterns) {
         for (const std::string& path : expand(pattern)) {
             const std::string place = other + "/" + lastPathComponent(path);
-            if (existsAt(place)) {
+            if (isThere(place)) {
                 const bool isOverFolder = OVIsFolder(place);
-                if (OVIsFolder(path) != isOverFolder || (isOverFolder && !OVNamesIn(place).empty())) {
+                if (OVIsFolder(path) != isOverFolder || (isOverFolder && !OVNamesIn(place, unreadable).empty())) {
                     continue;
                 }
                 names.emplace_back(place); // and not moved back: what is named twice counts as it was first
@@ -561,9 +572,7 @@ void OVPlanNames::look(OVTreeWalk& walk, Paths paths) {
     end(walk, walk.walk(trees));
     for (const OVTreeWalk::Tree& tree : trees) {
         seen_ += tree.entries;
-        if (tree.error == EACCES || tree.error == EPERM) {
-            unreadable.insert(tree.path);
-        }
+        noteUnseen(tree);
     }
 }
 
@@ -575,8 +584,16 @@ bool OVPlanNames::walk(OVTreeWalk& walk) {
                         [this](std::size_t index) { return names[index].goes() ? &names[index].tree : nullptr; }));
     for (const OVPlanName& named : names) {
         seen_ += named.tree.entries;
+        noteUnseen(named.tree);
     }
     return plan_.isComplete;
+}
+
+/// What has gone meanwhile is not missed.
+void OVPlanNames::noteUnseen(const OVTreeWalk::Tree& tree) {
+    if (tree.error != 0 && !isGone(tree.error)) {
+        unreadable.insert(tree.path);
+    }
 }
 
 void OVPlanNames::end(const OVTreeWalk& walk, bool isWhole) {

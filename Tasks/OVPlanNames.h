@@ -83,10 +83,12 @@ class OVPlanNames {
     std::vector<std::string> expand(std::string_view pattern);
     std::vector<std::string> starts(const OVTaskRemoval& removal);
     std::string atHome(std::string_view pattern) const;
+    bool isThere(const std::string& path);
+    void noteUnseen(const OVTreeWalk::Tree& tree);
     void noteUnsearchable(const std::string& pattern);
     [[nodiscard]] std::string inFolder(std::string path) const;
     [[nodiscard]] std::vector<std::string> namePatterns(const OVTaskRemoval& removal) const;
-    [[nodiscard]] bool isEmptied(const std::string& path, const OVTaskRemoval& removal, std::int32_t depth) const;
+    bool isEmptied(const std::string& path, const OVTaskRemoval& removal, std::int32_t depth);
     [[nodiscard]] bool isTooLong(std::string_view pattern, const std::vector<std::string>& paths) const;
     [[nodiscard]] std::string_view searchPath() const;
     void setError(std::int32_t error);
@@ -109,7 +111,7 @@ class OVPlanNames {
 std::string OVFolderOf(std::string_view path);
 /// Whether there is a folder at the path, and no link to one.
 bool OVIsFolder(const std::string& path);
-/// The names in a folder, sorted; none where it cannot be read.
-std::vector<std::string> OVNamesIn(const std::string& folder);
+/// The names in a folder, sorted; a folder that cannot be read to its end is added to the others.
+std::vector<std::string> OVNamesIn(const std::string& folder, std::set<std::string>& unreadable);
 
 } // namespace orvane

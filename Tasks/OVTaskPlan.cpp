@@ -92,7 +92,7 @@ class Planner {
   private:
     void measure();
     void split(const std::vector<OVTreeWalk::Stuck>& stuck);
-    static void splitOne(OVPlanName named, const std::vector<OVTreeWalk::Stuck>& stuck, std::vector<OVPlanName>& into);
+    void splitOne(OVPlanName named, const std::vector<OVTreeWalk::Stuck>& stuck, std::vector<OVPlanName>& into);
     void tell();
 
     const OVTaskPlan::Options& options_;
@@ -151,7 +151,7 @@ void Planner::splitOne(OVPlanName named, const std::vector<OVTreeWalk::Stuck>& s
         const bool isOpened =
             named.fate != Fate::moved && (error != 0 || (inner != stuck.end() && inner->path.starts_with(path + "/")));
         if (isOpened && OVIsFolder(path)) {
-            std::vector<std::string> names = OVNamesIn(path);
+            std::vector<std::string> names = OVNamesIn(path, names_.unreadable);
             std::reverse(names.begin(), names.end());
             for (const std::string& name : names) {
                 left.push_back(path + "/" + name);

@@ -1,7 +1,9 @@
-// The calls that look at files made to fail, one after the other, while a tree is walked. What is not seen then is
-// named.
+// The calls that look at files made to fail, one after the other, while a tree is walked and while plans are made. What
+// is not seen then is named: a plan that is silently short would be a promise that the run does not keep.
 
 #include "Support/OVTreeWalk.h"
+#include "Tasks/OVPlanNames.h"
+#include "Tests/Fakes/FakeHome.h"
 #include "Tests/OpenDescriptors.h"
 #include "Tests/TaskRunnerTestSupport.h"
 
@@ -145,6 +147,77 @@ TEST(WalkFailuresTest, WhatIsNotCountedLiesInAFolderThatIsNamed) {
               }
           });
 }
+
+TEST(PlanNamesFailuresTest, AFolderThatIsNotReadToItsEndIsNamed) {
+    const test::Folder folder;
+    fill(folder, "tree");
+    std::set<std::string> unreadable;
+    const Strings whole = OVNamesIn(folder.at("tree"), unreadable);
+    ASSERT_EQ(whole.size(), 5U);
+    ASSERT_TRUE(unreadable.empty());
+    const auto open = test::openDescriptors();
+    sweep(
+        [&] {
+            unreadable.clear();
+            return OVNamesIn(folder.at("tree"), unreadable);
+        },
+        [&](const Strings& result) {
+            EXPECT_EQ(test::openDescriptors(), open);
+            EXPECT_TRUE(result == whole || unreadable == std::set{folder.at("tree")}) << result.size();
+        });
+    EXPECT_EQ(OVNamesIn(folder.at("none"), unreadable), Strings());
+    EXPECT_EQ(unreadable.count(folder.at("none")), 0U) << "there is nothing";
+}
+
+/// A task of each kind, for a user whose home is the test's.
+class PlanFailuresTest : public ::testing::TestWithParam<const char*>, public test::RecordingWorld {
+  protected:
+    PlanFailuresTest() {
+        calls.userID = test::FakeHome::kUser;
+        for (const char* const place : {"home/Desktop", "home/Library/Caches/one", "home/Library/Caches/two"}) {
+            fill(folder, place);
+        }
+        for (const char* const name : {"home/.DS_Store", "home/Desktop/a/.DS_Store", "home/Desktop/a/b/.DS_Store"}) {
+            folder.makeFile(name, "x");
+        }
+        options.archiveDesktopPath = folder.makeFolder("archive");
+    }
+
+    OVTaskPlan plan() {
+        const OVTaskDescription& task = *OVTaskNamed(GetParam());
+        const Strings arguments =
+            task.argument.empty() ? Strings() : Strings{folder.at("home/Desktop"), folder.at("home/Library")};
+        return OVTaskPlan::make(task,
+                                task.argument.ends_with("...")
+                                    ? arguments
+                                    : Strings(arguments.begin(), arguments.begin() + (arguments.empty() ? 0 : 1)),
+                                options, services());
+    }
+
+    test::FakeHome fakeHome{folder.makeFolder("home")};
+    OVTaskPlan::Options options;
+};
+
+TEST_P(PlanFailuresTest, WhatIsMissingFromThePlanIsSaid) {
+    const OVTaskPlan whole = plan();
+    ASSERT_EQ(whole.error, 0);
+    ASSERT_GT(whole.itemCount, 0U);
+    const auto open = test::openDescriptors();
+    sweep([&] { return plan(); },
+          [&](const OVTaskPlan& result) {
+              EXPECT_EQ(test::openDescriptors(), open);
+              if (result.itemCount < whole.itemCount || result.entries < whole.entries) {
+                  EXPECT_TRUE(result.error != 0 || !result.unreadable.empty())
+                      << result.itemCount << " of " << whole.itemCount << " items, " << result.entries << " of "
+                      << whole.entries;
+              }
+          });
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, PlanFailuresTest,
+                         ::testing::Values("forceDeleteFiles", "removeDSStoreFilesInPath", "cleanUserCache",
+                                           "cleanDesktop"),
+                         [](const auto& task) { return std::string(task.param); });
 
 } // namespace
 } // namespace orvane
