@@ -33,9 +33,9 @@ struct OVPlanItem {
 
 /// What a task will do, found by the same patterns, conditions and programs as it will be done; nothing is changed.
 ///
-/// While it is made, all paths that were named are in memory, as `glob` gives them and as the run itself will hold them:
-/// about 240 bytes each. What lies in them is not, but for an entry for each file with several links. Made, it holds no
-/// more items than `foldAbove`, and those whose names are taken apart.
+/// While it is made, all paths that were named are in memory, as `glob` gives them and as the run itself will hold
+/// them: about 240 bytes each. What lies in them is not, but for an entry for each file with several links. Made, it
+/// holds no more items than `foldAbove`, and those whose names are taken apart.
 class OVTaskPlan {
   public:
     struct Options {
