@@ -36,6 +36,14 @@ struct OVTaskRemoval {
     std::string_view onlyFor = {};                   ///< the argument that chooses it; empty: chosen by any
 };
 
+/// What a task needs of the system beside the shell, `rm` and the like, and since when macOS is without it.
+struct OVTaskNeed {
+    std::string_view name;           ///< a program as the task calls it, else what a person calls it
+    std::string_view goneSince = {}; ///< the first macOS without it; "" when none is known
+    bool isSure = true;              ///< documented by Apple or seen by its systems' users; else it may be so
+    bool isProgram = true;           ///< a file of this name can be looked for
+};
+
 /// One task: what every list, question, manual and plan says of it. Texts are English, the keys of translations.
 struct OVTaskDescription {
     std::string_view name;                 ///< the word for the tool, or the name of the runner's operation
@@ -48,8 +56,8 @@ struct OVTaskDescription {
     std::string_view kept = {};            ///< what it leaves alone; "" when there is nothing to say
     std::string_view undo = {};            ///< what cannot be undone; "" for nothing
     std::string_view duration;             ///< how long it takes
-    std::span<const std::string_view> programs = {}; ///< what it runs beside the shell, `rm` and the like
-    std::span<const OVTaskRemoval> removals = {};    ///< empty: it removes nothing
+    std::span<const OVTaskNeed> needs = {};
+    std::span<const OVTaskRemoval> removals = {}; ///< empty: it removes nothing
     std::string_view line = {}; ///< the tool's fixed shell line, without its frame; "" for a task without one
 };
 

@@ -75,19 +75,6 @@ bool isHere(std::string_view program) {
     });
 }
 
-/// Programs that Apple took out, and the first system without them.
-std::string_view systemsWithout(std::string_view program) {
-    const std::string_view name = program.substr(program.rfind('/') + 1);
-    struct Gone {
-        std::string_view program;
-        std::string_view since;
-    };
-    constexpr std::array<Gone, 2> gone = {{{"srm", "10.12"}, {"periodic", "15"}}};
-    const auto* const found =
-        std::find_if(gone.begin(), gone.end(), [name](const Gone& entry) { return entry.program == name; });
-    return found == gone.end() ? std::string_view() : found->since;
-}
-
 } // namespace
 
 int showOverview(Session& session) {
@@ -155,15 +142,20 @@ int explainTask(Session& session, const std::string& name) {
     const std::vector<std::string> commands = OVTaskPlan::make(*task, arguments).commands;
     Json programs = Json::array();
     std::string absent;
-    for (const std::string_view program : task->programs) {
-        const std::string_view since = systemsWithout(program);
-        const bool here = isHere(program);
-        programs.push_back({{"program", program}, {"here", here}, {"goneSince", since.empty() ? Json() : Json(since)}});
-        if (!since.empty()) {
-            absent += translated("{} is not part of macOS {} and later.", program, since) + " ";
+    for (const OVTaskNeed& need : task->needs) {
+        const bool here = !need.isProgram || isHere(need.name);
+        programs.push_back({{"program", need.name},
+                            {"here", need.isProgram ? Json(here) : Json()},
+                            {"goneSince", need.goneSince.empty() ? Json() : Json(need.goneSince)},
+                            {"sure", need.isSure}});
+        if (!need.goneSince.empty()) {
+            absent +=
+                (need.isSure ? translated("{} is not part of macOS {} and later.", need.name, need.goneSince)
+                             : translated("{} may not be part of macOS {} and later.", need.name, need.goneSince)) +
+                " ";
         }
         if (!here) {
-            absent += translated("There is no {} on this machine.", program) + " ";
+            absent += translated("There is no {} on this machine.", need.name) + " ";
         }
     }
     if (session.json) {

@@ -29,8 +29,10 @@ std::pair<std::string, int> outcome(const std::string& line) {
 
 TEST(EmbeddingExample, AreThoseOnThePage) {
     const std::string page = test::contentsOf(kPage);
-    for (const auto& [name, language] :
-         {std::pair("EmbeddingExample.cpp", "cpp"), {"ClientExample.cpp", "cpp"}, {"ClientExample.m", "objc"}}) {
+    for (const auto& [name, language] : {std::pair("EmbeddingExample.cpp", "cpp"),
+                                         {"ClientExample.cpp", "cpp"},
+                                         {"PlanExample.cpp", "cpp"},
+                                         {"ClientExample.m", "objc"}}) {
         const std::string example = test::contentsOf(kExamples + name);
         ASSERT_FALSE(example.empty());
         EXPECT_NE(page.find(std::string("```") + language + "\n" + example + "```\n"), std::string::npos) << name;
@@ -66,6 +68,34 @@ TEST(ClientExample, RunsATask) {
     const auto run = outcome("\"" ORVANE_CLIENT_EXAMPLE "\" " + tool + " flushDNS");
     EXPECT_EQ(run.first, "the task flushDNS\nstatus 3\n");
     EXPECT_EQ(run.second, 3);
+}
+
+TEST(PlanExample, PrintsWhatThePageSaysAndRemovesNothing) {
+    const test::Folder folder;
+    folder.makeFolder("folder");
+    folder.makeFile("folder/file");
+    folder.makeFile("\"quoted\"");
+    const auto [output, status] =
+        outcome("cd '" + folder.path + "' && \"" ORVANE_PLAN_EXAMPLE "\" '" + folder.at("folder") + "' '" +
+                folder.at("\"quoted\"") + "' '" + folder.at("none") + "'");
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(output, "goes: " + folder.at("folder") +
+                          ", 2 files and folders\n"
+                          "stays, because xargs makes something else of its name: " +
+                          folder.at("\"quoted\"") + "\n1 items, 2 files and folders\n");
+    std::string onPage = output;
+    for (std::size_t at = 0; (at = onPage.find(folder.path)) != std::string::npos;) {
+        onPage.replace(at, folder.path.size(), "/tmp");
+    }
+    onPage.insert(0, "    ");
+    for (std::size_t at = 0; (at = onPage.find('\n', at)) + 1 < onPage.size(); ++at) {
+        onPage.insert(at + 1, "    ");
+    }
+    EXPECT_NE(test::contentsOf(kPage).find("\n" + onPage), std::string::npos) << onPage;
+    EXPECT_TRUE(test::exists(folder.at("folder/file")));
+    const auto refused = outcome("\"" ORVANE_PLAN_EXAMPLE "\"");
+    EXPECT_TRUE(refused.first.starts_with("There is no plan: ")) << refused.first;
+    EXPECT_EQ(refused.second, 1);
 }
 
 } // namespace
