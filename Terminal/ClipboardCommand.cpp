@@ -14,6 +14,7 @@
 
 #include <cerrno>
 #include <cmath>
+#include <csignal>
 #include <cstring>
 #include <poll.h>
 #include <sys/socket.h>
@@ -147,6 +148,9 @@ class NoRunLoop final : public RunLoop {
 
 int watchClipboard(Session& session) {
     needPasteboard();
+    if (PasteboardService::platform().generalPasteboard() == nullptr) {
+        throw CommandError(kFailed, translated("The system's clipboard cannot be reached."));
+    }
     const sockaddr_un address = socketAddress();
     const Descriptor listener(::socket(AF_UNIX, SOCK_STREAM, 0));
     if (connectTo(Descriptor(::socket(AF_UNIX, SOCK_STREAM, 0)).number(), address)) {
@@ -177,7 +181,7 @@ int watchClipboard(Session& session) {
         server->pollPasteboard();
     }
     ::unlink(address.sun_path);
-    return kDone;
+    return Interrupts::signal() == SIGINT ? kDone : Interrupts::exitStatus();
 }
 
 int listClipboard(Session& session) {

@@ -6,7 +6,9 @@
 
 #include <CLI/Error.hpp>
 #include <CLI/Validators.hpp>
+#include <algorithm>
 #include <array>
+#include <charconv>
 #include <exception>
 #include <iostream>
 #include <limits>
@@ -15,6 +17,9 @@
 namespace orvane::terminal {
 
 namespace {
+
+constexpr std::uint64_t kMost = std::numeric_limits<std::uint32_t>::max();
+constexpr std::uint64_t kYear = 31536000; // seconds
 
 Colour colourOf(const std::string& word) {
     if (word == "always") {
@@ -30,12 +35,75 @@ std::string fromHere(const std::string& path) {
                                                                         : std::string(folder.data()) + "/" + path;
 }
 
+void addHelp(CLI::App& command) {
+    command.set_help_flag("-h,--help", translated("Print this help"));
+}
+
+std::string joined(const std::vector<std::string>& words, const char* separator) {
+    std::string text;
+    for (const std::string& word : words) {
+        text.append(text.empty() ? "" : separator).append(word);
+    }
+    return text;
+}
+
+// The library's own validators complain in English, and take a number that is too large or below zero for another.
+
+CLI::Validator oneOf(const std::vector<std::string>& words) {
+    const auto complaint = [words](const std::string& word) {
+        const bool isKnown = std::find(words.begin(), words.end(), word) != words.end();
+        return isKnown ? std::string() : translated("{} is none of {}", word, joined(words, ", "));
+    };
+    return {complaint, "{" + joined(words, ",") + "}"};
+}
+
+CLI::Validator wholeNumber(std::uint64_t least, std::uint64_t most, const std::string& description = "") {
+    const auto complaint = [least, most](const std::string& word) {
+        std::uint64_t number = 0;
+        const char* const behind = word.data() + word.size();
+        const auto [end, error] = std::from_chars(word.data(), behind, number);
+        const bool isOne = error == std::errc() && end == behind && number >= least && number <= most;
+        return isOne ? std::string() : translated("{} is no number from {} to {}", word, least, most);
+    };
+    return {complaint, description};
+}
+
+/// What is wrong with the words, in the user's language.
+std::string sentenceFor(const CLI::ParseError& error, const CLI::App& app) {
+    const std::string text = error.what();
+    const std::size_t colon = text.find(": ");
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
+        return translated("Nothing takes this: {}", joined(app.remaining(true), " "));
+    }
+    if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
+        const CLI::App* command = &app;
+        while (!command->get_subcommands().empty()) {
+            command = command->get_subcommands().front();
+        }
+        std::vector<std::string> names;
+        for (const CLI::Option* const option : command->get_options()) {
+            if (option->get_required() && option->count() == 0) {
+                names.push_back(option->get_name());
+            }
+        }
+        return translated("This is missing: {}", joined(names, ", "));
+    }
+    if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr && colon != std::string::npos) {
+        return translated("{} takes one value", text.substr(0, colon));
+    }
+    if (dynamic_cast<const CLI::ConversionError*>(&error) != nullptr && colon != std::string::npos) {
+        return translated("This cannot be: {}", text.substr(colon + 2));
+    }
+    return text; // of a validator above
+}
+
 } // namespace
 
 CLI::App& Arguments::command(CLI::App& parent, const std::string& name, const std::string& text,
                              std::function<int()> run) {
     CLI::App& command = *parent.add_subcommand(name, text);
     command.fallthrough();
+    addHelp(command); // the one that it inherits stands in a group of the library's
     command.callback([this, &command, &parent, name, run = std::move(run)] {
         if (command.get_subcommands().empty()) {
             session.command = parent.get_parent() == nullptr ? name : parent.get_name() + " " + name;
@@ -57,6 +125,7 @@ void Arguments::addPlanOptions(CLI::App& command) {
     command
         .add_option("--size", run_.plan.megabytes,
                     translated("From how many megabytes findLargeFilesInPath finds files"))
+        ->check(wholeNumber(0, kMost))
         ->type_name("MEGABYTES");
 }
 
@@ -82,12 +151,14 @@ void Arguments::addTaskCommands() {
     run.add_option_function<std::uint64_t>(
            "--timeout", [this](std::uint64_t seconds) { run_.timeout = std::chrono::seconds(seconds); },
            translated("Stop after so many seconds"))
-        ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{31536000}))
+        ->check(wholeNumber(1, kYear, fmt::format("1-{}", kYear)))
         ->type_name("SECONDS");
 
     CLI::App& history = command(app, "history", translated("Lists what was run"),
                                 [this] { return showHistory(session, number_, items_); });
-    history.add_option("count", number_, translated("How many runs, 10 at first"))->type_name("N");
+    history.add_option("count", number_, translated("How many runs, 10 at first"))
+        ->check(wholeNumber(0, kMost))
+        ->type_name("N");
     history.add_flag("--items", items_, translated("With the items of each run"));
 }
 
@@ -130,17 +201,26 @@ void Arguments::addClipboardCommands() {
             [this] { return restoreClipboard(session, number_); })
         .add_option("number", number_)
         ->required()
+        ->check(wholeNumber(0, kMost))
         ->type_name("N");
     command(clipboard, "clear", translated("Empties the history"), [this] { return clearClipboard(session); });
 }
 
 Arguments::Arguments() : app(translated("Maintenance of this machine"), "orvane") {
+    CLI::FormatterBase& formatter = *app.get_formatter();
+    formatter.label("Usage", translated("Usage"));
+    formatter.label("OPTIONS", translated("OPTIONS"));
+    formatter.label("SUBCOMMAND", translated("SUBCOMMAND"));
+    formatter.label("Positionals", translated("Positionals"));
+    formatter.label("REQUIRED", translated("REQUIRED"));
+    app.option_defaults()->group(translated("Options"));
+    app.group(translated("Subcommands"));
     app.set_version_flag("--version", ORVANE_VERSION, translated("Print the version"));
-    app.set_help_flag("-h,--help", translated("Print this help"));
+    addHelp(app);
     app.add_flag("--json", session.json, translated("Answer in JSON"));
     app.add_flag("-v,--verbose", session.verbose, translated("Show what the task's programs print"));
     app.add_option("--color", colour_, translated("auto, always or never"))
-        ->check(CLI::IsMember({"auto", "always", "never"}))
+        ->check(oneOf({"auto", "always", "never"}))
         ->type_name("WHEN")
         ->each([this](const std::string& word) { session.console.setColour(colourOf(word)); });
     app.add_option_function<std::string>(
@@ -156,8 +236,7 @@ Arguments::Arguments() : app(translated("Maintenance of this machine"), "orvane"
             [this] { return printCompletions(session, name_); })
         .add_option("shell", name_)
         ->required()
-        ->check(CLI::IsMember({"bash", "zsh", "fish"}))
-        ->type_name("bash|zsh|fish");
+        ->check(oneOf({"bash", "zsh", "fish"}));
     CLI::App& complete = command(app, "complete", "", [this] {
         for (const auto& [word, text] : completionsOf(words_)) {
             std::string line = word;
@@ -183,7 +262,8 @@ int runCommandLine(int count, char* const* words) {
             arguments.app.exit(error); // prints the help or the version
             return kDone;
         }
-        console.complain(shown(error.what()) + "\n" + translated("`orvane --help` lists what there is."));
+        console.complain(shown(sentenceFor(error, arguments.app)) + "\n" +
+                         translated("`orvane --help` lists what there is."));
         return kUsage;
     } catch (const CommandError& error) {
         console.complain(error.what());

@@ -74,8 +74,12 @@ std::string screenshotFormat(OVTaskRunner& runner) {
     return text != nullptr ? *text : "png"; // what the system takes when nothing is stored
 }
 
-int result(std::int32_t status) {
-    return status == kTaskSuccess ? kDone : kFailed;
+/// How a command ends that does one thing; with the sentence where that failed.
+int result(bool succeeded, const std::string& sentence) {
+    if (!succeeded) {
+        throw CommandError(kFailed, sentence);
+    }
+    return kDone;
 }
 
 std::shared_ptr<RunningApplication> applicationNamed(OVTaskRunner& runner, const std::string& name) {
@@ -116,6 +120,23 @@ std::int32_t setScreenshotFormat(OVTaskRunner& runner, const std::string& value)
         list += (list.empty() ? "" : ", ") + format;
     }
     throw CommandError(kUsage, translated("The format is one of {}.", list));
+}
+
+/// How starting what reads it again ended.
+std::int32_t changeSetting(OVTaskRunner& runner, const std::string& name, const std::string& value) {
+    if (name == kScreenshotFormat) {
+        return setScreenshotFormat(runner, value);
+    }
+    const std::vector<Toggle> all = toggles();
+    const auto toggle =
+        std::find_if(all.begin(), all.end(), [&name](const Toggle& entry) { return entry.name == name; });
+    if (toggle == all.end() || (!value.empty() && value != "on" && value != "off")) {
+        throw CommandError(
+            kUsage, translated("There is no setting {} {} (`orvane settings` lists them).", shown(name), shown(value)));
+    }
+    const bool isOn = (runner.*toggle->isOn)();
+    const bool wanted = value.empty() ? !isOn : value == "on";
+    return wanted == isOn ? kTaskSuccess : (runner.*toggle->toggle)();
 }
 
 } // namespace
@@ -173,21 +194,9 @@ int settingsCommand(Session& session, const std::string& name, const std::string
         showSettings(session, runner);
         return kDone;
     }
-    if (name == kScreenshotFormat) {
-        return result(setScreenshotFormat(runner, value));
-    }
-    const std::vector<Toggle> all = toggles();
-    const auto toggle =
-        std::find_if(all.begin(), all.end(), [&name](const Toggle& entry) { return entry.name == name; });
-    if (toggle == all.end() || (!value.empty() && value != "on" && value != "off")) {
-        throw CommandError(
-            kUsage, translated("There is no setting {} {} (`orvane settings` lists them).", shown(name), shown(value)));
-    }
-    const bool isOn = (runner.*toggle->isOn)();
-    const bool wanted = value.empty() ? !isOn : value == "on";
-    const std::int32_t status = wanted == isOn ? kTaskSuccess : (runner.*toggle->toggle)();
+    const bool succeeded = changeSetting(runner, name, value) == kTaskSuccess;
     showSettings(session, runner);
-    return result(status);
+    return result(succeeded, translated("The setting is stored, but what reads it could not be started again."));
 }
 
 int listApplications(Session& session) {
@@ -217,7 +226,9 @@ int quitApplications(Session& session, const std::string& name, bool force, bool
     OVTaskRunner runner;
     if (!name.empty()) {
         const auto application = applicationNamed(runner, name);
-        return force ? result(runner.forceQuitApplication(application)) : application->terminate() ? kDone : kFailed;
+        return force ? result(runner.forceQuitApplication(application) == kTaskSuccess,
+                              translated("{} could not be ended.", shown(name)))
+                     : result(application->terminate(), translated("{} could not be asked to quit.", shown(name)));
     }
     if (!yes) {
         Interrupts::take();
@@ -229,13 +240,14 @@ int quitApplications(Session& session, const std::string& name, bool force, bool
             throw CommandError(kCancelled, translated("Nothing was done."));
         }
     }
-    return result(runner.quitAllApplications());
+    return result(runner.quitAllApplications() == kTaskSuccess, translated("Not all applications could be asked."));
 }
 
 int relaunchApplication(Session& /*session*/, const std::string& name) {
     needApplications();
     OVTaskRunner runner;
-    return result(runner.relaunchApplication(applicationNamed(runner, name)));
+    return result(runner.relaunchApplication(applicationNamed(runner, name)) == kTaskSuccess,
+                  translated("{} could not be launched again.", shown(name)));
 }
 
 } // namespace orvane::terminal

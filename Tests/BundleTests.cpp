@@ -3,6 +3,7 @@
 #include "Backends/Posix/PosixGestalt.h"
 #include "Backends/Posix/PropertyListStrings.h"
 #include "Backends/Posix/StringsTable.h"
+#include "Backends/Posix/UserLanguages.h"
 #include "Support/OVNumber.h"
 #include "Support/ZRBytesValueTransformer.h"
 #include "Support/ZRSystemVersion.h"

@@ -56,7 +56,8 @@ else()
     Backends/Posix/Osascript.cpp
     Backends/Posix/PosixAuthorizationServices.cpp
     Backends/Posix/PosixGestalt.cpp
-    Backends/Posix/PropertyListStrings.cpp)
+    Backends/Posix/PropertyListStrings.cpp
+    Backends/Posix/UserLanguages.cpp)
 endif()
 target_link_libraries(OrvaneCocoa PUBLIC orvane_interface orvane_cocoa_platform PRIVATE orvane_product)
 # Objective-C exceptions end in these files; C++ has none here either.

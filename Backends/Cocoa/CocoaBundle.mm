@@ -8,7 +8,7 @@ namespace {
 using namespace cocoa;
 
 /// The application's; that of a program without one in "<prefix>/bin" is "<prefix>/share/orvane", if it is there.
-NSBundle* ownBundle() {
+NSBundle* findOwnBundle() {
     NSBundle* const main = [NSBundle mainBundle];
     NSString* const folder = [[main executablePath] stringByDeletingLastPathComponent];
     if ([main bundleIdentifier] != nil || ![[folder lastPathComponent] isEqualToString:@"bin"]) {
@@ -17,6 +17,14 @@ NSBundle* ownBundle() {
     NSString* const prefix = [folder stringByDeletingLastPathComponent];
     NSBundle* const shared = [NSBundle bundleWithPath:[prefix stringByAppendingPathComponent:@"share/orvane"]];
     return shared != nil ? shared : main;
+}
+
+NSBundle* ownBundle() {
+    static NSBundle* const bundle = [] {
+        useLanguagesOfEnvironment();
+        return [findOwnBundle() retain];
+    }();
+    return bundle;
 }
 
 class CocoaBundle final : public Bundle {

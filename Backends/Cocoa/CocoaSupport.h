@@ -78,7 +78,12 @@ template <typename Object> class Retained {
     explicit Retained(Object* object) : object_([object retain]) {}
     Retained(const Retained&) = delete;
     Retained& operator=(const Retained&) = delete;
-    ~Retained() { [object_ release]; }
+    /// With a pool, which a C++ caller need not have: the object that goes may ask its server, as a pasteboard does.
+    ~Retained() {
+        @autoreleasepool {
+            [object_ release];
+        }
+    }
 
     [[nodiscard]] Object* get() const { return object_; }
 

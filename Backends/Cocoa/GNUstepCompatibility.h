@@ -50,4 +50,8 @@ NSArray* commonRunLoopModes();
 /// A fresh object that sees what is stored: GNUstep's does so only after its first `synchronize`.
 NSUserDefaults* freshUserDefaults();
 
+/// Once, before a bundle is asked for a text. GNUstep knows the languages of the locales that are installed alone: it
+/// gets those that the environment names, unless its own default "NSLanguages" names others.
+void useLanguagesOfEnvironment();
+
 } // namespace orvane::cocoa

@@ -3,6 +3,7 @@
 #ifdef GNUSTEP
 
 #include "Backends/Posix/Osascript.h"
+#include "Backends/Posix/UserLanguages.h"
 
 #include <cerrno>
 #include <csignal>
@@ -302,6 +303,22 @@ NSUserDefaults* freshUserDefaults() {
     [defaults synchronize];
 #endif
     return defaults;
+}
+
+void useLanguagesOfEnvironment() {
+#ifdef GNUSTEP
+    NSUserDefaults* defaults = [NSUserDefaults standardUserDefaults];
+    NSString* guessed = @"GSPrimaryDomain"; // before all others, the arguments' included
+    [defaults removeVolatileDomainForName:guessed];
+    if ([defaults objectForKey:@"NSLanguages"] == nil) {
+        NSMutableArray* languages = [NSMutableArray array];
+        for (const std::string& language : userLanguages()) {
+            [languages addObject:[NSString stringWithUTF8String:language.c_str()]];
+        }
+        [defaults setVolatileDomain:[NSDictionary dictionaryWithObject:languages forKey:@"NSLanguages"]
+                            forName:guessed];
+    }
+#endif
 }
 
 } // namespace orvane::cocoa

@@ -1,12 +1,12 @@
 #include "Backends/Posix/PosixBundle.h"
 
 #include "Backends/Posix/PropertyListStrings.h"
+#include "Backends/Posix/UserLanguages.h"
 #include "Platform/Executable.h"
 #include "Support/OVFile.h"
 #include "Support/OVLog.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <memory>
 #include <unistd.h>
 #include <utility>
@@ -15,26 +15,10 @@ namespace orvane {
 
 namespace {
 
-constexpr const char* kEnglish = "en";
-
 /// The folder without the components at its end; nothing when it does not end with them.
 std::optional<std::string> without(std::string_view components, const std::string& folder) {
     return folder.ends_with(components) ? std::optional(folder.substr(0, folder.size() - components.size()))
                                         : std::nullopt;
-}
-
-/// "de_DE.UTF-8@euro" is "de_DE"; "" for what names no language.
-std::string languageOf(std::string_view locale) {
-    locale = locale.substr(0, locale.find_first_of(".@"));
-    // It becomes part of a path, and comes from whoever started the program.
-    const bool isName = std::all_of(locale.begin(), locale.end(), [](char c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '-';
-    });
-    return !isName || locale == "C" || locale == "POSIX" ? std::string() : std::string(locale);
-}
-
-const char* environmentVariable(const char* name) {
-    return std::getenv(name); // NOLINT(concurrency-mt-unsafe): only read
 }
 
 std::optional<std::string> executableFolder() {
@@ -46,37 +30,6 @@ std::optional<std::string> executableFolder() {
 }
 
 } // namespace
-
-std::vector<std::string> userLanguages(const std::function<const char*(const char* name)>& variable) {
-    const auto valueOf = [&](const char* name) {
-        const char* const value = variable(name);
-        return std::string_view(value != nullptr ? value : "");
-    };
-    std::string_view locale;
-    for (const char* const name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-        locale = locale.empty() ? valueOf(name) : locale;
-    }
-    // The list counts only where translations are wanted at all.
-    std::string_view list = locale;
-    if (!locale.empty() && locale != "C" && locale != "POSIX" && !valueOf("LANGUAGE").empty()) {
-        list = valueOf("LANGUAGE");
-    }
-    std::vector<std::string> languages;
-    const auto add = [&languages](const std::string& language) {
-        if (!language.empty() && std::find(languages.begin(), languages.end(), language) == languages.end()) {
-            languages.push_back(language);
-        }
-    };
-    while (!list.empty() && (languages.empty() || languages.back() != kEnglish)) {
-        const std::size_t colon = list.find(':');
-        const std::string language = languageOf(list.substr(0, colon));
-        add(language);
-        add(language.substr(0, language.find_first_of("_-")));
-        list.remove_prefix(colon == std::string_view::npos ? list.size() : colon + 1);
-    }
-    add(kEnglish);
-    return languages;
-}
 
 struct PosixBundle::LoadedTable {
     StringsTable entries;
@@ -172,8 +125,7 @@ std::string PosixBundle::localizedString(std::string_view key) {
 
 Bundle& Bundle::platform() {
     static constinit MadeOnce<PosixBundle> bundle;
-    return bundle.value(
-        [] { return std::make_unique<PosixBundle>(executableFolder(), userLanguages(environmentVariable)); });
+    return bundle.value([] { return std::make_unique<PosixBundle>(executableFolder(), userLanguages()); });
 }
 
 } // namespace orvane

@@ -4,18 +4,12 @@
 #include "Backends/Posix/StringsTable.h"
 #include "Platform/Bundle.h"
 
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace orvane {
-
-/// The languages that the user reads, the best first ("de_DE", "de", "en"), from the variables LANGUAGE, LC_ALL,
-/// LC_MESSAGES and LANG as gettext takes them. The last is always English, the language of the keys: what would come
-/// behind it is not needed. `variable` answers null for one that is not set.
-std::vector<std::string> userLanguages(const std::function<const char*(const char* name)>& variable);
 
 /// What stands beside the program in the given folder.
 class PosixBundle final : public Bundle {

@@ -32,10 +32,10 @@ class CocoaBundleTest : public ::testing::Test {
                      kByteOrderMark + "\"Restart\" = \"Neustart f\xC3\xBCr 100%\";\n");
     }
 
-    [[nodiscard]] Ended ask(const std::string& key, const Words& languages) const {
+    [[nodiscard]] Ended ask(const std::string& key, const Words& languages, const Variables& variables = {}) const {
         Words words = {"bundle", key};
         words.insert(words.end(), languages.begin(), languages.end());
-        return runProgram(application + "/Host", words);
+        return runProgram(application + "/Host", words, variables);
     }
 
     [[nodiscard]] std::string answer(const std::string& text) const {
@@ -46,6 +46,17 @@ class CocoaBundleTest : public ::testing::Test {
     std::string application;
     const Words german = {"-NSLanguages", "(German)"};
 };
+
+/// A program that is installed below a prefix, with a table in each of some languages: what it says for the key.
+std::string installedSays(const std::string& program, const std::string& table, const std::string& key,
+                          const Words& tables, const Variables& variables) {
+    const TemporaryFolder prefix;
+    for (const std::string& language : tables) {
+        prefix.write(table + "/" + language + ".lproj/Localizable.strings",
+                     kByteOrderMark + "\"Restart\" = \"Restart in " + language + "\";");
+    }
+    return runProgram(prefix.copyProbe(program), {"bundle", key}, variables).output;
+}
 
 } // namespace
 
@@ -85,6 +96,37 @@ TEST(CocoaMainBundleTest, AProgramWithoutABundleHasNeitherIdentifierNorResources
     EXPECT_EQ(bundle.pathForResource("LargeFilesTemplate", "savedSearch"), std::nullopt);
     EXPECT_EQ(bundle.pathForResource("\xFF", "\xFE"), std::nullopt);
     EXPECT_EQ(bundle.localizedString("%1.1f MB"), "%1.1f MB");
+}
+
+TEST_F(CocoaBundleTest, TheLanguageIsTheLocalesEvenWhereThatIsNotInstalled) {
+    const std::string text = answer("Neustart f\xC3\xBCr 100%");
+
+    EXPECT_EQ(ask("Restart", {}, {{"LC_ALL", "de_DE.UTF-8"}}).output, text);
+    EXPECT_EQ(ask("Restart", {}, {{"LANG", "de_AT"}}).output, text);
+    EXPECT_EQ(ask("Restart", {}, {{"LANG", "en_US.UTF-8"}, {"LANGUAGE", "fr:de"}}).output, text);
+    EXPECT_EQ(ask("Restart", {}, {{"LC_ALL", "C"}, {"LANGUAGE", "de"}}).output, answer("Restart"));
+    EXPECT_EQ(ask("Restart", {"-NSLanguages", "(English)"}, {{"LC_ALL", "de_DE.UTF-8"}}).output, answer("Restart"));
+}
+
+TEST(CocoaInstalledProgramTest, FindsItsTextsBelowItsPrefix) {
+    const Variables inGermany = {{"LC_ALL", "de_DE.UTF-8"}};
+    const std::string none = "none\nnone\n";
+
+    EXPECT_EQ(installedSays("bin/probe", "share/orvane", "Restart", {"de", "en"}, inGermany), none + "Restart in de\n");
+    EXPECT_EQ(installedSays("bin/probe", "share/orvane", "Restart", {"de", "en"}, {{"LC_ALL", "fr_FR.UTF-8"}}),
+              none + "Restart in en\n");
+    EXPECT_EQ(installedSays("bin/probe", "share/orvane", "Cancel", {"de"}, inGermany), none + "Cancel\n");
+    EXPECT_EQ(installedSays("bin/probe", "share/orvane", "Restart", {}, inGermany), none + "Restart\n");
+    EXPECT_EQ(installedSays("bin/probe", "share/other", "Restart", {"de"}, inGermany), none + "Restart\n");
+    EXPECT_EQ(installedSays("libexec/probe", "share/orvane", "Restart", {"de"}, inGermany), none + "Restart\n");
+}
+
+TEST(CocoaInstalledProgramTest, FindsItsResourcesBelowItsPrefix) {
+    const TemporaryFolder prefix;
+    const std::string program = prefix.copyProbe("bin/probe");
+    const std::string resource = prefix.write("share/orvane/LargeFilesTemplate.savedSearch", "template");
+
+    EXPECT_EQ(runProgram(program, {"bundle", ""}).output, "none\n" + resource + "\n\n");
 }
 
 TEST(CocoaLocaleTest, TheDecimalSeparatorIsTheUsers) {

@@ -49,13 +49,20 @@ int writeDomain(const Words& words) {
     return defaults->synchronize() ? 0 : 3;
 }
 
-/// Copies as an application does that knows nothing of items.
+/// Copies as an application does that knows nothing of items: types, each followed by its bytes.
 int copy(const Words& words) {
     NSPasteboard* pasteboard = [NSPasteboard generalPasteboard];
-    NSString* type = orvane::cocoa::stringOf(words.at(1));
-    [pasteboard declareTypes:[NSArray arrayWithObject:type] owner:nil];
-    return [pasteboard setData:[NSData dataWithBytes:words.at(2).data() length:words.at(2).size()] forType:type] ? 0
-                                                                                                                 : 3;
+    NSMutableArray* types = [NSMutableArray array];
+    for (std::size_t place = 1; place + 1 < words.size(); place += 2) {
+        [types addObject:orvane::cocoa::stringOf(words[place])];
+    }
+    [pasteboard declareTypes:types owner:nil];
+    bool isCopied = true;
+    for (std::size_t place = 2; place < words.size(); place += 2) {
+        NSData* data = [NSData dataWithBytes:words[place].data() length:words[place].size()];
+        isCopied = [pasteboard setData:data forType:[types objectAtIndex:place / 2 - 1]] && isCopied;
+    }
+    return isCopied ? 0 : 3;
 }
 
 /// Copies two items.

@@ -18,6 +18,25 @@
 }
 @end
 
+/// Counts those that are gone; the first leaves another to a pool as it goes.
+@interface OVLeaving : NSObject {
+  @public
+    int* gone_;
+    BOOL leavesAnother_;
+}
+@end
+
+@implementation OVLeaving
+- (void)dealloc {
+    ++*gone_;
+    if (leavesAnother_) {
+        OVLeaving* const another = [[[OVLeaving alloc] init] autorelease];
+        another->gone_ = gone_;
+    }
+    [super dealloc];
+}
+@end
+
 namespace orvane::test {
 
 using namespace cocoa;
@@ -99,6 +118,19 @@ TEST(CocoaSupportTest, OneReferenceIsHeldAndLetGo) {
     }
     EXPECT_EQ([object retainCount], 1U);
     [object release];
+}
+
+TEST(CocoaSupportTest, WhatAnObjectLeavesToAPoolAsItGoesIsGoneWithIt) {
+    int gone = 0;
+    OVLeaving* object = [[OVLeaving alloc] init];
+    object->gone_ = &gone;
+    object->leavesAnother_ = YES;
+    {
+        const Retained<OVLeaving> retained(object);
+        [object release];
+        EXPECT_EQ(gone, 0);
+    }
+    EXPECT_EQ(gone, 2);
 }
 
 } // namespace orvane::test

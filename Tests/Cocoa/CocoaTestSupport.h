@@ -46,6 +46,8 @@ class TemporaryFolder {
     std::string write(const std::string& name, const std::string& text) const;
     [[nodiscard]] std::string contents(const std::string& name) const;
 
+    /// A copy of the probe there; its path.
+    [[nodiscard]] std::string copyProbe(const std::string& name) const;
     /// An application of that name around the probe, with these lines in its information; its path.
     [[nodiscard]] std::string makeApplication(const std::string& name, const std::string& informationLines) const;
 

@@ -153,13 +153,18 @@ std::string TemporaryFolder::contents(const std::string& name) const {
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
+std::string TemporaryFolder::copyProbe(const std::string& name) const {
+    std::ifstream program(probePath(), std::ios::binary);
+    std::string executable = write(name, std::string(std::istreambuf_iterator<char>(program), {}));
+    ::chmod(executable.c_str(), 0755);
+    return executable;
+}
+
 std::string TemporaryFolder::makeApplication(const std::string& name, const std::string& informationLines) const {
     const std::string application = name + ".app";
     write(application + "/Resources/Info-gnustep.plist",
           "{ NSExecutable = \"" + name + "\"; " + informationLines + " }");
-    std::ifstream program(probePath(), std::ios::binary);
-    std::string executable = write(application + "/" + name, std::string(std::istreambuf_iterator<char>(program), {}));
-    ::chmod(executable.c_str(), 0755);
+    static_cast<void>(copyProbe(application + "/" + name));
     return path_ + "/" + application;
 }
 
