@@ -70,7 +70,7 @@ CLI::Validator wholeNumber(std::uint64_t least, std::uint64_t most, const std::s
 
 /// What is wrong with the words, in the user's language.
 std::string sentenceFor(const CLI::ParseError& error, const CLI::App& app) {
-    const std::string text = error.what();
+    std::string text = error.what();
     const std::size_t colon = text.find(": ");
     if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
         return translated("Nothing takes this: {}", joined(app.remaining(true), " "));
