@@ -2,7 +2,7 @@
 //
 //     host status TOOL           whether the tool is set up
 //     host set-up TOOL           sets it up, with the user's password
-//     host tool TOOL TASK...     runs a task of the tool's, as root
+//     host tool TOOL TASK [ARG]  runs a task of the tool's, as root
 //     host run LINE SECONDS      runs a line in its own process, which is cancelled after so many seconds
 //
 // The tool is where the installer package puts it: /Library/PrivilegedHelperTools/OrvaneTool.
@@ -11,8 +11,8 @@
 
 #include <stdio.h>
 
-/// Shows what a task prints, and ends it when asked to.
-@interface Owner : NSObject <OVTaskDelegate> {
+/// Shows what a task prints, its own or the tool's, and ends it when asked to.
+@interface Owner : NSObject <OVTaskDelegate, OVToolClientDelegate> {
     NSString* line_;
     volatile BOOL cancelled_; // set on the main thread, read on that of the task
     volatile BOOL ended_;
@@ -87,39 +87,48 @@
     return nil;
 }
 
-@end
+// And of the other protocol.
 
-static BOOL isReady(NSString* tool) {
-    NSFileManager* files = [NSFileManager defaultManager];
-    return [files isSetUIDRoot:tool] && ![files isIgnoringSetUIDAtPath:tool];
+- (void)toolHasOutputAvailable:(NSData*)bytes {
+    fwrite([bytes bytes], 1, [bytes length], stdout);
+    fflush(stdout);
 }
 
-static int showStatus(NSString* tool) {
-    const BOOL ready = isReady(tool);
-    printf("%s is %s\n", [tool fileSystemRepresentation], ready ? "ready" : "not set up");
+- (BOOL)toolShouldCancel {
+    return cancelled_;
+}
+
+@end
+
+static int showStatus(NSString* path) {
+    OVToolClient* client = [[OVToolClient alloc] initWithPath:path];
+    const BOOL ready = [client state] >= OVToolStateOlder;
+    printf("%s is %s\n", [path fileSystemRepresentation], ready ? "ready" : "not set up");
+    if (!ready) {
+        printf("An administrator can type: %s\n", [[client setUpCommand] UTF8String]);
+    }
     return ready ? 0 : 1;
 }
 
-// The call below is deprecated. On macOS 13 and later Host.swift shows what to do instead.
-static int setUp(NSString* tool) {
-    char word[] = "repairPriviliges";
-    char* const words[] = {word, NULL};
-    const int32_t status = [OVAuthorization runToolWithPriviliges:tool arguments:words];
+// On macOS 13 and later Host.swift shows what to do instead.
+static int setUp(NSString* path) {
+    const int32_t status = [[[OVToolClient alloc] initWithPath:path] setUp];
     if (status != 0) {
         printf("not started: %d\n", (int)status);
     }
-    return showStatus(tool); // 0 says that it was started, not what came of it
+    return showStatus(path); // 0 says that it was started, not what came of it
 }
 
-// What the tool prints is this process's to show: here it goes to the same output.
-static int runTool(NSString* tool, NSArray* words) {
-    NSTask* task = [[NSTask alloc] init];
-    [task setLaunchPath:tool];
-    [task setArguments:words];
-    [task launch];
-    [task waitUntilExit];
-    printf("status %d\n", [task terminationStatus]);
-    return [task terminationStatus];
+// What the tool prints is this process's to show: here it goes to the same output. An application calls this on a
+// thread of its own, as the task below.
+static int runTool(NSString* path, NSString* task, NSString* argument) {
+    OVToolClient* client = [[OVToolClient alloc] initWithPath:path];
+    OVToolResult* result = [client runTask:task argument:argument delegate:[[Owner alloc] initWithLine:task]];
+    printf("status %d%s\n", (int)[result status], [result cancelled] ? ", cancelled" : "");
+    for (NSString* name in [result leftRunningNames]) {
+        printf("%s keeps running.\n", [name UTF8String]);
+    }
+    return [result status];
 }
 
 static int runLine(NSString* line, double seconds) {
@@ -145,13 +154,13 @@ int main(void) {
         if ([what isEqual:@"set-up"] && count == 3) {
             return setUp([words objectAtIndex:2]);
         }
-        if ([what isEqual:@"tool"] && count > 3) {
-            return runTool([words objectAtIndex:2], [words subarrayWithRange:NSMakeRange(3, count - 3)]);
+        if ([what isEqual:@"tool"] && (count == 4 || count == 5)) {
+            return runTool([words objectAtIndex:2], [words objectAtIndex:3], count == 5 ? [words lastObject] : nil);
         }
         if ([what isEqual:@"run"] && count == 4) {
             return runLine([words objectAtIndex:2], [[words objectAtIndex:3] doubleValue]);
         }
-        fprintf(stderr, "usage: host status TOOL | set-up TOOL | tool TOOL TASK... | run LINE SECONDS\n");
+        fprintf(stderr, "usage: host status TOOL | set-up TOOL | tool TOOL TASK [ARG] | run LINE SECONDS\n");
         return 64;
     }
 }

@@ -368,6 +368,7 @@ OVToolClient OVToolClient::find(const std::optional<std::string>& given, const S
     const std::vector<std::string> candidates = places(given, services.executable);
     const std::optional<std::string> newest = broughtAlong(services);
     std::vector<State> states;
+    states.reserve(candidates.size());
     for (const std::string& path : candidates) {
         states.push_back(OVToolClient(path, services).state(newest ? newest->c_str() : nullptr));
     }
@@ -419,6 +420,7 @@ std::string OVToolClient::replaceCommand(const std::string& newest) const {
 
 std::int32_t OVToolClient::runAsRoot(const std::string& program, const std::vector<std::string>& words) {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (const std::string& word : words) {
         arguments.push_back(const_cast<char*>(word.c_str())); // NOLINT(cppcoreguidelines-pro-type-const-cast)
     }

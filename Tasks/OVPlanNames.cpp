@@ -215,7 +215,10 @@ std::string OVPlanNames::atHome(std::string_view pattern) const {
 }
 
 std::string OVPlanNames::inFolder(std::string path) const {
-    return path.starts_with('/') ? path : workingFolder_ + (workingFolder_ == "/" ? "" : "/") + path;
+    if (path.starts_with('/')) {
+        return path;
+    }
+    return workingFolder_ + (workingFolder_ == "/" ? "" : "/") + path;
 }
 
 namespace {

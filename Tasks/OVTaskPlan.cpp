@@ -154,7 +154,7 @@ void Planner::splitOne(OVPlanName named, const std::vector<OVTreeWalk::Stuck>& s
             std::vector<std::string> names = OVNamesIn(path, names_.unreadable);
             std::reverse(names.begin(), names.end());
             for (const std::string& name : names) {
-                left.push_back(path + "/" + name);
+                left.push_back(std::string(path).append("/").append(name));
             }
         }
         if (error != 0 || isOpened) {
