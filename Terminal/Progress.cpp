@@ -201,7 +201,7 @@ void Progress::tick() {
         session_.event({{"event", "progress"},
                         {"task", task_},
                         {"entriesDone", done()},
-                        {"entriesPlanned", plan_ != nullptr ? plan_->entries : 0},
+                        {"entriesPlanned", plan_->entries},
                         {"freedBytes", freed_},
                         {"seconds", secondsSince(began_)},
                         {"program", program_.empty() ? Json() : Json(shown(program_))}});
