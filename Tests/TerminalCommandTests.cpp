@@ -94,6 +94,17 @@ TEST_F(TerminalCommand, ATaskIsExplainedWithItsLineAndWhatIsMissing) {
     EXPECT_EQ(orvane({"explain", "nix"}).errors, "orvane: There is no task nix (`orvane tasks` lists them).\n");
 }
 
+TEST_F(TerminalCommand, EveryTaskIsExplained) {
+    for (const OVTaskDescription& task : OVTaskCatalogue()) {
+        const std::string output = orvane({"explain", std::string(task.name)}).output;
+        EXPECT_TRUE(output.starts_with(std::string(task.name))) << output;
+        EXPECT_EQ(contains(output, ", as root)\n"), task.isToolTask) << output;
+        EXPECT_EQ(contains(output, "\nWhat is kept\n"), !task.kept.empty()) << output;
+        EXPECT_EQ(contains(output, "\nWhat cannot be undone\n"), !task.undo.empty()) << output;
+        EXPECT_TRUE(contains(output, "\nHow long it takes\n")) << output;
+    }
+}
+
 TEST_F(TerminalCommand, WithoutADesktopThatIsSaid) {
     for (const Strings& words : {Strings{"settings"},
                                  {"apps"},
@@ -321,6 +332,45 @@ TEST_F(TerminalCommand, EachOutcomeHasItsWords) {
         EXPECT_TRUE(contains(listed, "  " + words + "  ")) << listed;
         EXPECT_EQ(Json::parse(orvane({"--json", "history"}).output)["runs"][0]["outcome"], outcome);
     }
+}
+
+TEST_F(TerminalCommand, WhatStayedIsMarkedAmongTheItems) {
+    writeHistory(R"({"version":1,"event":"start","run":"a","time":5,"pid":1,"tasks":[{"name":"csc"},{"name":"feat"}]})"
+                 "\n"
+                 R"({"version":1,"event":"end","run":"a","time":6,"exitStatus":1,"freedBytes":5,"outcome":"partly",)"
+                 R"("items":[{"path":"/a","bytes":7,"outcome":"left"},{"path":"/b","bytes":7,"outcome":"removed"}]})"
+                 "\n");
+    const std::string listed = orvane({"history", "--items"}).output;
+    EXPECT_TRUE(contains(listed, "  csc, feat\n       7 bytes  /a  (stayed)\n       7 bytes  /b\n")) << listed;
+    const Json run = Json::parse(orvane({"--json", "history"}).output)["runs"][0];
+    EXPECT_TRUE(run["seconds"].is_null());
+    EXPECT_EQ(run["itemsOmitted"], 0);
+}
+
+TEST_F(TerminalCommand, ARecordThatLacksSomethingIsDamaged) {
+    const Json start = Json::parse(kStart);
+    const Json end = Json::parse(R"({"version":1,"event":"end","run":"a","time":6,"exitStatus":1,"freedBytes":5,)"
+                                 R"("outcome":"done","items":[]})");
+    writeHistory("");
+    const auto damaged = [&](const Json& record) {
+        makeFile("orvane/history.jsonl", start.dump() + "\n" + record.dump() + "\n");
+        return orvane({"history"}).errors != "";
+    };
+    EXPECT_FALSE(damaged(start));
+    EXPECT_FALSE(damaged(end));
+    EXPECT_TRUE(damaged(Json::array()));
+    for (const Json& whole : {start, end}) {
+        for (const auto& [key, value] : whole.items()) {
+            Json record = whole;
+            record.erase(key);
+            EXPECT_EQ(damaged(record), key != "version") << record;
+            record[key] = nullptr;
+            EXPECT_EQ(damaged(record), key != "version") << record;
+        }
+    }
+    Json other = end;
+    other["event"] = "pause";
+    EXPECT_TRUE(damaged(other));
 }
 
 TEST_F(TerminalCommand, DamagedLinesAreCounted) {

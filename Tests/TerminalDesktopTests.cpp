@@ -10,8 +10,10 @@
 #include "Tests/TaskRunnerTestSupport.h"
 #include "Tests/TerminalTestSupport.h"
 
+#include <array>
 #include <csignal>
 #include <gtest/gtest.h>
+#include <pty.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -192,6 +194,55 @@ TEST_F(TerminalDesktop, AllApplicationsAreAskedOnlyAfterAQuestion) {
     EXPECT_EQ(desktop().events, (test::Events{"terminate Mail", "terminate Notes"}));
 }
 
+/// On a terminal of its own, where this is answered to the question. Whether orvane ended with the status, and that was
+/// asked of the desktop.
+bool answered(const std::string& answer, int wantedStatus, const test::Events& wantedEvents) {
+    int terminal = -1;
+    const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (child == 0) {
+        std::array<std::string, 3> words = {"orvane", "apps", "quit"};
+        std::array<char*, 3> pointers = {words[0].data(), words[1].data(), words[2].data()};
+        const int status = runCommandLine(static_cast<int>(pointers.size()), pointers.data());
+        ::_exit(status == wantedStatus && desktop().events == wantedEvents ? 0 : 1);
+    }
+    std::string shown;
+    char c = 0;
+    while (!shown.ends_with("[y/N] ") && ::read(terminal, &c, 1) == 1) {
+        shown += c;
+    }
+    EXPECT_EQ(shown, "Ask all applications to quit? [y/N] ");
+    EXPECT_EQ(::write(terminal, answer.data(), answer.size()), static_cast<ssize_t>(answer.size()));
+    int status = -1;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    ::close(terminal);
+    return status == 0;
+}
+
+TEST_F(TerminalDesktop, OnlyYesQuitsAllApplications) {
+    addApplication("Mail", "com.apple.mail");
+    EXPECT_TRUE(answered("y\n", 0, {"terminate Mail"}));
+    EXPECT_TRUE(answered("YES\n", 0, {"terminate Mail"}));
+    EXPECT_TRUE(answered("n\n", 2, {}));
+    EXPECT_TRUE(answered("\n", 2, {}));
+    EXPECT_TRUE(answered("yess\n", 2, {}));
+    EXPECT_TRUE(answered("\x03", 2, {}));
+}
+
+TEST_F(TerminalDesktop, ATaskEndsAnApplicationByItsName) {
+    test::QuietChild child;
+    addApplication("", "com.example.nameless")->name.reset();
+    addApplication("Mail", "com.apple.mail")->processID = child.pid;
+    const Ended ran = orvane({"run", "--yes=forceQuitApplication", "forceQuitApplication", "Mail"});
+    ASSERT_EQ(ran.status, 0) << ran.output << ran.errors;
+    ASSERT_EQ(desktop().events, test::Events());
+    siginfo_t end = {};
+    EXPECT_EQ(::waitid(P_PID, static_cast<id_t>(child.pid), &end, WEXITED | WNOWAIT), 0);
+    EXPECT_EQ(end.si_status, SIGKILL);
+    const Ended none = orvane({"run", "--yes=forceQuitApplication", "forceQuitApplication", "Nix"});
+    EXPECT_EQ(none.status, 1);
+    EXPECT_NE(none.errors.find("No application Nix runs in the foreground."), std::string::npos) << none.errors;
+}
+
 TEST_F(TerminalDesktop, AnApplicationIsLaunchedAgain) {
     addApplication("Mail", "com.apple.mail")->path = "/Applications/Mail.app";
     EXPECT_EQ(orvane({"apps", "relaunch", "Mail"}).status, 0);
@@ -321,6 +372,7 @@ TEST_F(TerminalClipboardWatch, AnEntryIsRestoredAndIsTheNewestThen) {
         EXPECT_EQ(none.errors, "orvane: There is no entry " + std::string(number) + " that could be restored.\n");
     }
     EXPECT_EQ(entries().size(), 2U);
+    EXPECT_EQ(interrupt(), 0);
 }
 
 TEST_F(TerminalClipboardWatch, TheHistoryIsCleared) {
@@ -330,6 +382,8 @@ TEST_F(TerminalClipboardWatch, TheHistoryIsCleared) {
     EXPECT_EQ(Json::parse(cleared.output)["done"], true);
     EXPECT_EQ(entries().size(), 0U);
     EXPECT_EQ(orvane({"clipboard"}).output, "");
+    EXPECT_EQ(orvane({"clipboard", "clear"}).output, "");
+    EXPECT_EQ(interrupt(), 0);
 }
 
 TEST_F(TerminalClipboardWatch, ItIsWatchedOnce) {
