@@ -212,7 +212,7 @@ void Progress::tick() {
         session_.event({{"event", "progress"},
                         {"task", task_},
                         {"entriesDone", done()},
-                        {"entriesPlanned", planned_ != nullptr ? planned_->plan.entries : 0},
+                        {"entriesPlanned", planned_->plan.entries},
                         {"freedBytes", freed_},
                         {"seconds", secondsSince(began_)},
                         {"program", program_.empty() ? Json() : Json(shown(program_))}});

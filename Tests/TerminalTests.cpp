@@ -317,6 +317,7 @@ TEST(TerminalJobs, TakesTasksAndTheirArguments) {
     EXPECT_EQ(jobs[0].arguments, Strings());
     EXPECT_EQ(jobs[1].arguments, Strings{"org.mozilla.firefox"});
     EXPECT_EQ(jobs[2].arguments, Strings{"/"});
+    EXPECT_EQ(jobsOf({"cleanBrowserCache", "org.mozilla.firefox"})[0].arguments, jobs[1].arguments);
     ASSERT_EQ(jobs[3].arguments.size(), 2U);
     EXPECT_EQ(jobs[3].arguments[0], "/a");
     EXPECT_TRUE(jobs[3].arguments[1].starts_with("/") && jobs[3].arguments[1].ends_with("/b"));
@@ -328,6 +329,7 @@ TEST(TerminalJobs, RefusesWhatIsNone) {
                                                      {"repairVolume"},
                                                      {"repairVolume", ""},
                                                      {"killProcess", "4711x"},
+                                                     {"killProcess", "x"},
                                                      {"killProcess", "0"},
                                                      {"killProcess", "-3"},
                                                      {"killProcess", "99999999999"},
@@ -524,6 +526,37 @@ TEST(TerminalDocuments, TheManualPageHasEveryExitStatus) {
     for (const ExitStatus status : {kDone, kFailed, kCancelled, kUsage, kNotPermitted, kTimedOut, kInterrupted}) {
         EXPECT_NE(section.find("\n.It " + std::to_string(status) + "\n"), std::string::npos) << status;
     }
+}
+
+Strings completed(const Strings& words) {
+    Strings all;
+    for (const Candidate& candidate : completionsOf(words)) {
+        all.push_back(candidate.first);
+    }
+    return all;
+}
+
+bool has(const Strings& all, const std::string& word) {
+    return std::find(all.begin(), all.end(), word) != all.end();
+}
+
+TEST(TerminalCompletion, ATaskMayFollowATaskAndItsArgument) {
+    EXPECT_TRUE(has(completed({"run", "csc", ""}), "feat"));
+    EXPECT_TRUE(has(completed({"run", "cleanBrowserCache", "firefox", "fe"}), "feat"));
+    EXPECT_EQ(completed({"plan", "csc", "cleanBrowserCache", "f"}), Strings{"firefox"});
+    EXPECT_EQ(completed({"run", "forceDeleteFiles", "/a", "fe"}), Strings());
+    EXPECT_EQ(completed({"run", "nix", "fea"}), Strings{"feat"});
+    EXPECT_EQ(completed({"explain", "fea"}), Strings{"feat"});
+    EXPECT_EQ(completed({"explain", "csc", "fea"}), Strings());
+}
+
+TEST(TerminalCompletion, KnowsTheOptionsOfTheCommandAndOfAll) {
+    EXPECT_TRUE(has(completed({"-"}), "--json"));
+    EXPECT_FALSE(has(completed({"-"}), "--dry-run"));
+    EXPECT_TRUE(has(completed({"run", "--json", "--"}), "--dry-run"));
+    EXPECT_TRUE(has(completed({"run", "--json", "--"}), "--json"));
+    EXPECT_TRUE(has(completed({"--json", "ta"}), "tasks"));
+    EXPECT_TRUE(has(completed({}), "tasks"));
 }
 
 TEST(TerminalCompletion, KnowsTheCommands) {
