@@ -3,6 +3,7 @@
 #include "Terminal/Console.h"
 #include "Terminal/Json.h"
 #include "Terminal/Session.h"
+#include "Terminal/Text.h"
 #include "Tests/TerminalTestSupport.h"
 
 #include <algorithm>
@@ -132,7 +133,9 @@ TEST_F(TerminalCommand, EachStateOfTheToolHasItsSentence) {
     EXPECT_EQ(stateSentence(client, State::notSetUp), "The tool /the/tool is not set up: it cannot become root.");
     EXPECT_EQ(stateSentence(client, State::ignoredSetUID),
               "The tool /the/tool is set up, but its volume does not let programs become root.");
-    EXPECT_EQ(stateSentence(client, State::older), "The tool /the/tool is ready, but another version than this one.");
+    EXPECT_EQ(stateSentence(client, State::older), "The tool /the/tool is ready, but another version than " +
+                                                       shown(OVToolClient::broughtAlong().value_or("")) +
+                                                       ", which came with this program.");
     EXPECT_EQ(stateSentence(client, State::ready), "The tool /the/tool is ready.");
 }
 
@@ -300,7 +303,8 @@ TEST_F(TerminalCommand, TheLibrarysMessagesComeOnStandardError) {
 
 // --- history
 
-constexpr const char* kStart = R"({"version":1,"event":"start","run":"a","time":5,"tasks":[{"name":"csc"}],"pid":1})";
+constexpr const char* kStart =
+    R"({"version":1,"event":"start","run":"a","time":5,"pid":1,"tasks":[{"name":"csc","arguments":[]}]})";
 
 TEST_F(TerminalCommand, ARunWithoutAnEndWasKilledAndHasNoItems) {
     writeHistory(std::string(kStart) + "\n");
@@ -335,7 +339,8 @@ TEST_F(TerminalCommand, EachOutcomeHasItsWords) {
 }
 
 TEST_F(TerminalCommand, WhatStayedIsMarkedAmongTheItems) {
-    writeHistory(R"({"version":1,"event":"start","run":"a","time":5,"pid":1,"tasks":[{"name":"csc"},{"name":"feat"}]})"
+    writeHistory(R"({"version":1,"event":"start","run":"a","time":5,"pid":1,)"
+                 R"("tasks":[{"name":"csc","arguments":[]},{"name":"feat","arguments":[]}]})"
                  "\n"
                  R"({"version":1,"event":"end","run":"a","time":6,"exitStatus":1,"freedBytes":5,"outcome":"partly",)"
                  R"("items":[{"path":"/a","bytes":7,"outcome":"left"},{"path":"/b","bytes":7,"outcome":"removed"}]})"

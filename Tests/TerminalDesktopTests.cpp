@@ -366,11 +366,12 @@ TEST_F(TerminalClipboardWatch, AnEntryIsRestoredAndIsTheNewestThen) {
     ASSERT_EQ(entries().size(), 2U);
     EXPECT_EQ(entries()[0]["text"], "first");
     EXPECT_EQ(entries()[1]["text"], "second");
-    for (const char* const number : {"0", "3", "4294967297"}) {
+    for (const char* const number : {"0", "3"}) {
         const Ended none = orvane({"clipboard", "restore", number});
         EXPECT_EQ(none.status, 1);
         EXPECT_EQ(none.errors, "orvane: There is no entry " + std::string(number) + " that could be restored.\n");
     }
+    EXPECT_EQ(orvane({"clipboard", "restore", "4294967297"}).status, 64);
     EXPECT_EQ(entries().size(), 2U);
     EXPECT_EQ(interrupt(), 0);
 }
