@@ -338,11 +338,13 @@ void Run::runTask(const Planned::Task& task) {
         }
         progress.finishOutput();
         ++result_.tasksRun;
-        result_.wasStopped = owner->wasStopped();
+        // The library's word for a no to a question of its own, and for a command that a signal has ended.
+        const bool isCancelled = !job.task->isToolTask && status == kTaskCancelled;
+        result_.wasStopped = owner->wasStopped() || isCancelled;
         result_.timedOut = owner->timedOut();
         complaints = progress.complaints();
         hasFailed = status != 0;
-        if (hasFailed && !owner->wasStopped()) {
+        if (hasFailed && !result_.wasStopped) {
             result_.failedTasks.push_back(statusSentence(job, status, error));
             if (!showsOutput) {
                 for (const std::string& line : progress.lastLines()) {

@@ -243,6 +243,19 @@ TEST_F(TerminalDesktop, ATaskEndsAnApplicationByItsName) {
     EXPECT_NE(none.errors.find("No application Nix runs in the foreground."), std::string::npos) << none.errors;
 }
 
+TEST_F(TerminalDesktop, ANoToATasksOwnQuestionCancelsItAndWhatWouldFollow) {
+    const std::string task = "restartOrShutdown";
+    const Ended ended = orvane({"run", "--yes=" + task, "--yes=toggleDashboard", task, "toggleDashboard"});
+    EXPECT_EQ(ended.status, 2);
+    EXPECT_EQ(desktop().alertPanel.shown.size(), 1U);
+    EXPECT_EQ(ended.output.find("failed"), std::string::npos) << ended.output;
+    EXPECT_NE(ended.output.find("Not begun: toggleDashboard.\nCancelled.\n"), std::string::npos) << ended.output;
+    EXPECT_TRUE(desktop().userDefaults.domains.empty()) << "the task behind it was run";
+    EXPECT_EQ(Json::parse(orvane({"--json", "history"}).output)["runs"][0]["outcome"], "cancelled");
+    desktop().alertPanel.answer = kAlertPanelDefault;
+    EXPECT_EQ(orvane({"run", "--yes=" + task, task}).status, 0);
+}
+
 TEST_F(TerminalDesktop, AnApplicationIsLaunchedAgain) {
     addApplication("Mail", "com.apple.mail")->path = "/Applications/Mail.app";
     EXPECT_EQ(orvane({"apps", "relaunch", "Mail"}).status, 0);
