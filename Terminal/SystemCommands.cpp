@@ -82,6 +82,14 @@ int result(bool succeeded, const std::string& sentence) {
     return kDone;
 }
 
+/// The same for what has nothing else to answer.
+int answer(Session& session, bool succeeded, const std::string& sentence) {
+    if (session.json) {
+        session.answer({{"done", succeeded}});
+    }
+    return result(succeeded, sentence);
+}
+
 std::shared_ptr<RunningApplication> applicationNamed(OVTaskRunner& runner, const std::string& name) {
     for (const auto& application : runner.runningForegroundApplications()) {
         if (application->localizedName() == name || application->bundleIdentifier() == name) {
@@ -226,9 +234,10 @@ int quitApplications(Session& session, const std::string& name, bool force, bool
     OVTaskRunner runner;
     if (!name.empty()) {
         const auto application = applicationNamed(runner, name);
-        return force ? result(runner.forceQuitApplication(application) == kTaskSuccess,
+        return force ? answer(session, runner.forceQuitApplication(application) == kTaskSuccess,
                               translated("{} could not be ended.", shown(name)))
-                     : result(application->terminate(), translated("{} could not be asked to quit.", shown(name)));
+                     : answer(session, application->terminate(),
+                              translated("{} could not be asked to quit.", shown(name)));
     }
     if (!yes) {
         Interrupts::take();
@@ -240,13 +249,14 @@ int quitApplications(Session& session, const std::string& name, bool force, bool
             throw CommandError(kCancelled, translated("Nothing was done."));
         }
     }
-    return result(runner.quitAllApplications() == kTaskSuccess, translated("Not all applications could be asked."));
+    return answer(session, runner.quitAllApplications() == kTaskSuccess,
+                  translated("Not all applications could be asked."));
 }
 
-int relaunchApplication(Session& /*session*/, const std::string& name) {
+int relaunchApplication(Session& session, const std::string& name) {
     needApplications();
     OVTaskRunner runner;
-    return result(runner.relaunchApplication(applicationNamed(runner, name)) == kTaskSuccess,
+    return answer(session, runner.relaunchApplication(applicationNamed(runner, name)) == kTaskSuccess,
                   translated("{} could not be launched again.", shown(name)));
 }
 

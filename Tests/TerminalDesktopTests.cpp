@@ -167,7 +167,10 @@ TEST_F(TerminalDesktop, AnApplicationIsAskedToQuitByNameOrIdentifier) {
     EXPECT_EQ(orvane({"apps", "quit", "com.apple.mail"}).status, 0);
     EXPECT_EQ(desktop().events, (test::Events{"terminate Mail", "terminate Mail"}));
     mail->terminates = false;
-    EXPECT_EQ(orvane({"apps", "quit", "Mail"}).status, 1);
+    const Ended refused = orvane({"--json", "apps", "quit", "Mail"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.output, R"({"schemaVersion":1,"command":"apps quit","done":false})"
+                              "\n");
     const Ended none = orvane({"apps", "quit", "Nix"});
     EXPECT_EQ(none.status, 1);
     EXPECT_EQ(none.errors, "orvane: No application Nix runs in the foreground.\n");
@@ -190,7 +193,9 @@ TEST_F(TerminalDesktop, AllApplicationsAreAskedOnlyAfterAQuestion) {
     EXPECT_EQ(unasked.status, 64);
     EXPECT_EQ(unasked.errors, "orvane: Nothing was done: there is no terminal to ask on, and no --yes.\n");
     EXPECT_EQ(desktop().events, test::Events());
-    EXPECT_EQ(orvane({"apps", "quit", "--yes"}).status, 0);
+    EXPECT_EQ(orvane({"--json", "apps", "quit", "--yes"}).output,
+              R"({"schemaVersion":1,"command":"apps quit","done":true})"
+              "\n");
     EXPECT_EQ(desktop().events, (test::Events{"terminate Mail", "terminate Notes"}));
 }
 
@@ -258,7 +263,9 @@ TEST_F(TerminalDesktop, ANoToATasksOwnQuestionCancelsItAndWhatWouldFollow) {
 
 TEST_F(TerminalDesktop, AnApplicationIsLaunchedAgain) {
     addApplication("Mail", "com.apple.mail")->path = "/Applications/Mail.app";
-    EXPECT_EQ(orvane({"apps", "relaunch", "Mail"}).status, 0);
+    EXPECT_EQ(orvane({"--json", "apps", "relaunch", "Mail"}).output,
+              R"({"schemaVersion":1,"command":"apps relaunch","done":true})"
+              "\n");
     EXPECT_EQ(desktop().events, test::Events{"launch /Applications/Mail.app"});
     desktop().workspace.launches = false;
     EXPECT_EQ(orvane({"apps", "relaunch", "Mail"}).status, 1);
