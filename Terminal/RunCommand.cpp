@@ -322,6 +322,7 @@ void Run::runTask(const Planned::Task& task) {
         const auto owner = std::make_shared<Owner>(progress, stop_, job, choices_.plan);
         std::int32_t status = 0;
         std::int32_t error = 0;
+        std::string refusal;
         if (job.task->isToolTask) {
             OVToolClient client = session_.client();
             const std::optional<std::string> argument =
@@ -333,7 +334,12 @@ void Run::runTask(const Planned::Task& task) {
         } else {
             OVTaskRunner runner;
             runner.setDelegate(owner);
-            status = runOwnTask(runner, job);
+            try {
+                status = runOwnTask(runner, job);
+            } catch (const CommandError& refused) {
+                status = kTaskFailure; // the run goes on, and is recorded to its end
+                refusal = refused.what();
+            }
             runner.setDelegate(nullptr); // the runner's end releases nothing
         }
         progress.finishOutput();
@@ -345,7 +351,7 @@ void Run::runTask(const Planned::Task& task) {
         complaints = progress.complaints();
         hasFailed = status != 0;
         if (hasFailed && !result_.wasStopped) {
-            result_.failedTasks.push_back(statusSentence(job, status, error));
+            result_.failedTasks.push_back(refusal.empty() ? statusSentence(job, status, error) : refusal);
             if (!showsOutput) {
                 for (const std::string& line : progress.lastLines()) {
                     result_.failedTasks.push_back("  " + shown(line));

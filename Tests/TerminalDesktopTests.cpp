@@ -245,7 +245,9 @@ TEST_F(TerminalDesktop, ATaskEndsAnApplicationByItsName) {
     EXPECT_EQ(end.si_status, SIGKILL);
     const Ended none = orvane({"run", "--yes=forceQuitApplication", "forceQuitApplication", "Nix"});
     EXPECT_EQ(none.status, 1);
-    EXPECT_NE(none.errors.find("No application Nix runs in the foreground."), std::string::npos) << none.errors;
+    EXPECT_NE(none.output.find("No application Nix runs in the foreground.\nFailed.\n"), std::string::npos)
+        << none.output;
+    EXPECT_EQ(Json::parse(orvane({"--json", "history"}).output)["runs"][0]["outcome"], "failed");
 }
 
 TEST_F(TerminalDesktop, ANoToATasksOwnQuestionCancelsItAndWhatWouldFollow) {
@@ -278,7 +280,7 @@ TEST_F(TerminalDesktop, ATaskOnAnApplicationFindsItByItsName) {
     EXPECT_EQ(desktop().events, test::Events{"launch /Applications/Mail.app"});
     const Ended none = orvane({"run", "--yes=relaunchApplication", "relaunchApplication", "Nix"});
     EXPECT_EQ(none.status, 1);
-    EXPECT_NE(none.errors.find("No application Nix runs in the foreground."), std::string::npos) << none.errors;
+    EXPECT_NE(none.output.find("No application Nix runs in the foreground."), std::string::npos) << none.output;
 }
 
 TEST_F(TerminalDesktop, CompletionKnowsApplicationsFormatsAndSettings) {

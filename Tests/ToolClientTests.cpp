@@ -520,7 +520,8 @@ class ToolCancelTest : public ToolRunTest {
     /// So many children of the test's own are left. They end, and nobody has asked for their status yet.
     static void endChildren(std::size_t count) {
         std::vector<pid_t> children;
-        for (const ProcessRecord& process : ProcessTable::platform().processes().value()) {
+        const auto processes = ProcessTable::platform().processes();
+        for (const ProcessRecord& process : processes.value()) {
             if (process.parent == ::getpid()) {
                 children.push_back(process.processID);
             }
