@@ -89,7 +89,7 @@ Json question(const std::string& words) {
     }
     auto* const onClosedPipe = std::signal(SIGPIPE, SIG_IGN); // the watcher may end before it is asked
     Console::write(socket.number(), words + "\n");
-    std::signal(SIGPIPE, onClosedPipe);
+    static_cast<void>(std::signal(SIGPIPE, onClosedPipe));
     Json answer = Json::parse(readLine(socket.number()), nullptr, false);
     if (!answer.is_object()) {
         throw CommandError(kFailed, translated("The clipboard's history does not answer."));
